@@ -1,0 +1,579 @@
+// Code sets against ICU itself, bulk conversion, the context defaults,
+// Unicode properties, KsChar and KsStringIterator.
+#include "ksi18n.h"
+
+#include <gtest/gtest.h>
+#include <unicode/ucnv.h>
+
+#include <cstring>
+#include <memory>
+#include <set>
+#include <thread>
+#include <utility>
+#include <vector>
+
+namespace {
+
+struct IcuConverter {
+    UConverter* cnv = nullptr;
+    explicit IcuConverter(const char* name)
+    {
+        UErrorCode err = U_ZERO_ERROR;
+        cnv = ucnv_open(name, &err);
+        EXPECT_EQ(err, U_ZERO_ERROR) << name;  // no fallback, no ambiguous alias
+        ucnv_setToUCallBack(cnv, UCNV_TO_U_CALLBACK_STOP, nullptr, nullptr, nullptr, &err);
+        ucnv_setFromUCallBack(cnv, UCNV_FROM_U_CALLBACK_STOP, nullptr, nullptr, nullptr, &err);
+    }
+    ~IcuConverter() { ucnv_close(cnv); }
+    int ToU(uint b) const  // -1 when undefined
+    {
+        const char in = static_cast<char>(b);
+        UChar out[4];
+        UErrorCode err = U_ZERO_ERROR;
+        const int n = ucnv_toUChars(cnv, out, 4, &in, 1, &err);
+        return U_SUCCESS(err) && n == 1 ? out[0] : -1;
+    }
+    int FromU(ushort u) const  // -1 when unmappable
+    {
+        char out[4];
+        const UChar in = u;
+        UErrorCode err = U_ZERO_ERROR;
+        const int n = ucnv_fromUChars(cnv, out, 4, &in, 1, &err);
+        return U_SUCCESS(err) && n == 1 ? static_cast<uchar>(out[0]) : -1;
+    }
+};
+
+std::vector<const KsCodeSet*> EightBitSets()
+{
+    std::vector<const KsCodeSet*> sets;
+    for (const KsCodeSet* const* cs = KsLanguageContext::CodeSets(); *cs; ++cs)
+        if (!(*cs)->IsWide())
+            sets.push_back(*cs);
+    return sets;
+}
+
+// Where the tables deliberately differ from ICU: ICU's PC code pages swap
+// three controls, which the ASCII promise for ids up to 26 overrides.
+bool IsAsciiOverride(uchar id, uint byteOrUnicode)
+{
+    return (id == 25 || id == 26) &&
+           (byteOrUnicode == 0x1A || byteOrUnicode == 0x1C || byteOrUnicode == 0x7F);
+}
+
+std::vector<ushort> Convert16(uchar dstCs, const std::vector<uchar>& src, uchar srcCs)
+{
+    std::vector<ushort> out(src.size(), 0xBEEF);
+    out.resize(KsConvertText(out.data(), dstCs, src.data(), srcCs, uint(src.size())));
+    return out;
+}
+
+class KsI18nTest : public ::testing::Test {
+protected:
+    void TearDown() override { KsLanguageContext::Reset(); }
+};
+
+// ---------------------------------------------------------------------------
+// Code sets
+// ---------------------------------------------------------------------------
+using KsI18nCodeSetTest = KsI18nTest;
+
+TEST_F(KsI18nCodeSetTest, EveryByteMatchesIcuAndRoundTrips)
+{
+    ASSERT_EQ(EightBitSets().size(), 28u);
+    for (const KsCodeSet* cs : EightBitSets()) {
+        SCOPED_TRACE(cs->Name());
+        IcuConverter icu(cs->IcuName());
+        const ushort* table = cs->ToUnicodeTable();
+        ASSERT_NE(table, nullptr);
+        for (uint b = 0; b < 256; ++b) {
+            const int fromIcu = icu.ToU(b);
+            const ushort expected = IsAsciiOverride(cs->Id(), b) ? ushort(b) : fromIcu < 0 ? 0xFFFD : ushort(fromIcu);
+            ASSERT_EQ(cs->ToUnicode(ushort(b)), expected) << "byte " << b;
+            ASSERT_EQ(table[b], expected);
+            if (expected != 0xFFFD) {
+                ASSERT_EQ(cs->FromUnicode(expected), int(b)) << "byte " << b;
+            }
+        }
+        EXPECT_EQ(cs->ToUnicode(0x100), 0xFFFD);
+    }
+}
+
+TEST_F(KsI18nCodeSetTest, EveryUnicodeValueEncodesAsIcuDoes)
+{
+    for (const KsCodeSet* cs : EightBitSets()) {
+        SCOPED_TRACE(cs->Name());
+        IcuConverter icu(cs->IcuName());
+        for (uint u = 0; u < 0x10000; ++u) {
+            const int expected = IsAsciiOverride(cs->Id(), u) ? int(u) : icu.FromU(ushort(u));
+            ASSERT_EQ(cs->FromUnicode(ushort(u)), expected) << "U+" << std::hex << u;
+            ASSERT_EQ(cs->FromUnicodeOrSub(ushort(u)), expected < 0 ? 0x1A : expected);
+        }
+    }
+}
+
+TEST_F(KsI18nCodeSetTest, LowIdsAreAsciiBelow0x80)
+{
+    std::vector<uchar> ascii;
+    for (uint b = 1; b < 0x80; ++b)
+        ascii.push_back(uchar(b));
+    for (uint id = 0; id <= 26; ++id) {
+        const std::vector<ushort> u = Convert16(KS_CS_UNICODE, ascii, uchar(id));
+        ASSERT_EQ(u.size(), ascii.size()) << id;
+        for (std::size_t i = 0; i < u.size(); ++i)
+            ASSERT_EQ(u[i], ascii[i]) << "code set " << id;
+    }
+    // Beyond 26 the promise is not made, and EBCDIC shows why.
+    EXPECT_EQ(KsLanguageContext::QueryCodeSet(29)->ToUnicode(0xC1), u'A');
+}
+
+TEST_F(KsI18nCodeSetTest, RegistryAndSixteenBitSets)
+{
+    struct Case { uchar id; bool defined; };
+    const Case cases[] = {{1, true}, {14, true}, {15, false}, {16, true}, {29, true},
+                          {30, false}, {224, false}, {225, false}, {253, true}, {254, false}, {255, false}};
+    for (const Case& c : cases) {
+        const KsCodeSet* cs = KsLanguageContext::QueryCodeSet(c.id);
+        EXPECT_EQ(cs != nullptr, c.defined) << int(c.id);
+        if (cs) {
+            EXPECT_EQ(cs->Id(), c.id);
+        }
+    }
+    uint last = 0;
+    for (const KsCodeSet* const* cs = KsLanguageContext::CodeSets(); *cs; ++cs) {
+        EXPECT_GT((*cs)->Id(), last);
+        last = (*cs)->Id();
+    }
+    EXPECT_EQ(last, KS_CS_UNICODE);
+
+    const KsCodeSet& uni = *KsLanguageContext::QueryCodeSet(KS_CS_UNICODE);
+    EXPECT_EQ(uni.ToUnicodeTable(), nullptr);
+    EXPECT_EQ(uni.ToUnicode(0xD800), 0xD800);
+    EXPECT_EQ(uni.FromUnicode(0x20AC), 0x20AC);
+    EXPECT_EQ(uni.Substitute(), 0xFFFD);
+    for (uchar id : {uchar(225), uchar(253), uchar(254), uchar(255)})
+        EXPECT_EQ(&KsCodeSet::ForText(id), &uni);
+    EXPECT_EQ(&KsCodeSet::ForText(0), KsLanguageContext::QueryCodeSet(1));
+    EXPECT_EQ(&KsCodeSet::ForText(15), KsLanguageContext::QueryCodeSet(1));
+}
+
+// ---------------------------------------------------------------------------
+// Bulk conversion
+// ---------------------------------------------------------------------------
+using KsI18nConvertTest = KsI18nTest;
+
+TEST_F(KsI18nConvertTest, SingleCharactersAcrossCodeSets)
+{
+    struct Case { uchar srcCs; ushort src; uchar dstCs; ushort dst; };
+    const Case cases[] = {
+        {1, 0xE9, 16, 0xE9},       // é ISO-8859-1 -> Windows-1250
+        {1, 0xE9, 26, 0x82},       // -> IBM850
+        {1, 0xE9, 253, 0x00E9},    // -> Unicode
+        {18, 0x80, 14, 0xA4},      // € Windows-1252 -> ISO-8859-15
+        {18, 0x80, 1, 0x1A},       // -> ISO-8859-1 has none
+        {18, 0x80, 253, 0x20AC},
+        {253, 0x20AC, 18, 0x80},
+        {253, 0x4E00, 1, 0x1A},
+        {3, 0xA5, 253, 0xFFFD},    // undefined byte of ISO-8859-3
+        {3, 0xA5, 1, 0x1A},
+        {27, 0xC1, 17, 0xE0},      // а KOI8-R -> Windows-1251
+        {27, 0xC1, 5, 0xD0},       // -> ISO-8859-5
+        {29, 0xC1, 1, 0x41},       // EBCDIC A
+        {1, 0x41, 29, 0xC1},
+        {0, 0xE9, 253, 0x00E9},    // native is ISO-8859-1
+        {100, 0xE9, 26, 0x82},     // unassigned 8-bit id: as native
+        {225, 0x20AC, 253, 0x20AC},  // every 16-bit id holds Unicode
+        {254, 0x0160, 16, 0x8A},
+    };
+    for (const Case& c : cases) {
+        uchar src[4] = {};
+        uchar dst[4] = {0xEE, 0xEE, 0xEE, 0xEE};
+        if (KsCodeSetIsWide(c.srcCs))
+            std::memcpy(src, &c.src, 2);
+        else
+            src[0] = uchar(c.src);
+        ASSERT_EQ(KsConvertText(dst, c.dstCs, src, c.srcCs, 1), 1u);
+        ushort got = dst[0];
+        if (KsCodeSetIsWide(c.dstCs))
+            std::memcpy(&got, dst, 2);
+        else
+            EXPECT_EQ(dst[1], 0xEE);
+        EXPECT_EQ(got, c.dst) << int(c.srcCs) << " -> " << int(c.dstCs);
+    }
+}
+
+TEST_F(KsI18nConvertTest, NativeFollowsTheContext)
+{
+    KsLanguageContext::SetNativeCodeSet(18);
+    const std::vector<uchar> euro = {0x80};
+    EXPECT_EQ(Convert16(KS_CS_UNICODE, euro, 0), std::vector<ushort>{0x20AC});
+    EXPECT_EQ(Convert16(KS_CS_UNICODE, euro, 1), std::vector<ushort>{0x0080});
+}
+
+TEST_F(KsI18nConvertTest, StopsAtZeroAndAtCount)
+{
+    const uchar text[] = {'a', 'b', 0, 'c'};
+    const ushort wide[] = {'a', 'b', 0, 'c'};
+    struct Case { uchar dstCs; const void* src; uchar srcCs; uint n; uint written; };
+    const Case cases[] = {
+        {1, text, 1, 4, 2}, {16, text, 1, 4, 2}, {253, text, 1, 4, 2}, {1, wide, 253, 4, 2},
+        {253, wide, 253, 4, 2}, {1, text, 1, 1, 1}, {253, wide, 253, 1, 1}, {16, text, 1, 0, 0},
+    };
+    for (const Case& c : cases) {
+        uchar dst[8];
+        std::memset(dst, 0xEE, sizeof dst);
+        EXPECT_EQ(KsConvertText(dst, c.dstCs, c.src, c.srcCs, c.n), c.written);
+        EXPECT_EQ(dst[c.written * KsCodeSetWidth(c.dstCs)], 0xEE) << "wrote past the characters";
+    }
+    EXPECT_EQ(KsConvertText(nullptr, 1, text, 1, 4), 0u);
+    uchar dst[4];
+    EXPECT_EQ(KsConvertText(dst, 1, nullptr, 1, 4), 0u);
+}
+
+TEST_F(KsI18nConvertTest, UnalignedSixteenBitText)
+{
+    alignas(2) uchar src[16] = {};
+    alignas(2) uchar dst[16] = {};
+    const ushort in[] = {0x00E9, 0x20AC, 0x0160};
+    std::memcpy(src + 1, in, sizeof in);
+    ASSERT_EQ(KsConvertText(dst + 1, 16, src + 1, 253, 3), 3u);
+    EXPECT_EQ(dst[1], 0xE9);
+    EXPECT_EQ(dst[2], 0x80);
+    EXPECT_EQ(dst[3], 0x8A);
+    ASSERT_EQ(KsConvertText(dst + 3, 253, src + 1, 225, 3), 3u);
+    EXPECT_EQ(std::memcmp(dst + 3, in, sizeof in), 0);
+}
+
+// The bulk paths (composed tables, 8->16, 16->8) agree with the per
+// character mapping for every pair of code sets and every character.
+TEST_F(KsI18nConvertTest, BulkPathsAgreeWithPerCharacterMapping)
+{
+    const std::vector<const KsCodeSet*> sets = EightBitSets();
+    uchar bytes[255];
+    for (uint b = 1; b < 256; ++b)
+        bytes[b - 1] = uchar(b);
+    std::vector<ushort> units(0xFFFF);
+    for (uint u = 1; u < 0x10000; ++u)
+        units[u - 1] = ushort(u);
+
+    for (const KsCodeSet* s : sets) {
+        for (const KsCodeSet* d : sets) {
+            uchar out[255];
+            ASSERT_EQ(KsConvertText(out, d->Id(), bytes, s->Id(), 255), 255u);
+            // Within one code set bytes are copied, undefined ones included.
+            for (uint i = 0; i < 255; ++i)
+                ASSERT_EQ(out[i], s == d ? bytes[i] : d->FromUnicodeOrSub(s->ToUnicode(bytes[i])))
+                    << s->Name() << " -> " << d->Name() << " byte " << i + 1;
+        }
+        ushort wide[255];
+        ASSERT_EQ(KsConvertText(wide, KS_CS_UNICODE, bytes, s->Id(), 255), 255u);
+        for (uint i = 0; i < 255; ++i)
+            ASSERT_EQ(wide[i], s->ToUnicode(bytes[i]));
+        std::vector<uchar> narrow(units.size());
+        ASSERT_EQ(KsConvertText(narrow.data(), s->Id(), units.data(), KS_CS_UNICODE, uint(units.size())),
+                  uint(units.size()));
+        for (std::size_t i = 0; i < units.size(); ++i)
+            ASSERT_EQ(narrow[i], s->FromUnicodeOrSub(units[i])) << s->Name();
+    }
+}
+
+// ctest runs each test in a process of its own, so there the tables are
+// first built here, by racing threads (TSan-clean as well).
+TEST_F(KsI18nConvertTest, TablesAreSafeOnFirstUseFromSeveralThreads)
+{
+    const uchar ids[] = {11, 21, 28, 29};
+    uchar bytes[255];
+    for (uint b = 1; b < 256; ++b)
+        bytes[b - 1] = uchar(b);
+    constexpr int kThreads = 8;
+    std::vector<std::vector<ushort>> results(kThreads);
+    std::vector<std::thread> threads;
+    for (int t = 0; t < kThreads; ++t) {
+        threads.emplace_back([&, t] {
+            std::vector<ushort>& r = results[t];
+            for (uchar s : ids) {
+                for (uchar d : ids) {
+                    uchar out[255];
+                    r.push_back(ushort(KsConvertText(out, d, bytes, s, 255)));
+                    r.insert(r.end(), out, out + 255);
+                }
+                KsUnicodeProps p;
+                for (uint b = 0; b < 256; ++b) {
+                    KsLanguageContext::QueryCodeSet(s)->GetUnicodeProps(ushort(b), p);
+                    r.push_back(p.upper);
+                }
+            }
+            KsUnicodeProps p;
+            for (uint u = 0x0E00; u < 0x1000; ++u) {  // Unicode property pages
+                KsLanguageContext::QueryCodeSet(KS_CS_UNICODE)->GetUnicodeProps(ushort(u), p);
+                r.push_back(p.flags);
+            }
+        });
+    }
+    for (std::thread& th : threads)
+        th.join();
+    for (int t = 1; t < kThreads; ++t)
+        EXPECT_EQ(results[t], results[0]) << "thread " << t;
+}
+
+// ---------------------------------------------------------------------------
+// Context
+// ---------------------------------------------------------------------------
+using KsI18nContextTest = KsI18nTest;
+
+TEST_F(KsI18nContextTest, DefaultsSetAndReset)
+{
+    auto expectDefaults = [] {
+        EXPECT_EQ(KsLanguageContext::GetDefaultCodeSet(), 0);
+        EXPECT_EQ(KsLanguageContext::GetDefault8CodeSet(), 0);
+        EXPECT_EQ(KsLanguageContext::GetDefault16CodeSet(), 253);
+        EXPECT_EQ(KsLanguageContext::GetDefaultLanguage(), 0);
+        EXPECT_EQ(KsLanguageContext::GetDefaultCmpOp(), 0x110);
+        EXPECT_EQ(KsLanguageContext::GetNativeCodeSet(), 1);
+    };
+    auto changeAll = [] {
+        KsLanguageContext::SetDefaultCodeSet(16);
+        KsLanguageContext::SetDefault8CodeSet(18);
+        KsLanguageContext::SetDefault16CodeSet(225);
+        KsLanguageContext::SetDefaultLanguage(2);
+        KsLanguageContext::SetDefaultCmpOp(0x4321);
+        KsLanguageContext::SetNativeCodeSet(26);
+    };
+    expectDefaults();
+    changeAll();
+    EXPECT_EQ(KsLanguageContext::GetDefaultCodeSet(), 16);
+    EXPECT_EQ(KsLanguageContext::GetDefault8CodeSet(), 18);
+    EXPECT_EQ(KsLanguageContext::GetDefault16CodeSet(), 225);
+    EXPECT_EQ(KsLanguageContext::GetDefaultLanguage(), 2);
+    EXPECT_EQ(KsLanguageContext::GetDefaultCmpOp(), 0x4321);
+    EXPECT_EQ(KsLanguageContext::GetNativeCodeSet(), 26);
+    EXPECT_EQ(KsLanguageContext::QueryCodeSet(0)->Id(), 26);
+    EXPECT_EQ(___KsI18NContext(0), 0);  // stopping keeps the settings
+    EXPECT_EQ(KsLanguageContext::GetNativeCodeSet(), 26);
+    KsLanguageContext::Reset();
+    expectDefaults();
+    changeAll();
+    EXPECT_EQ(___KsI18NContext(1), 0);
+    expectDefaults();
+}
+
+TEST_F(KsI18nContextTest, NativeCodeSetMustBeAnAssignedEightBitSet)
+{
+    for (uchar refused : {uchar(0), uchar(15), uchar(200), uchar(253), uchar(254)}) {
+        KsLanguageContext::SetNativeCodeSet(refused);
+        EXPECT_EQ(KsLanguageContext::GetNativeCodeSet(), 1) << int(refused);
+    }
+    KsLanguageContext::SetNativeCodeSet(29);
+    EXPECT_EQ(KsLanguageContext::GetNativeCodeSet(), 29);
+}
+
+TEST_F(KsI18nContextTest, Languages)
+{
+    struct Case { uchar id; const char* name; const char* locale; bool ideographic; };
+    const Case cases[] = {{0, "Neutral", "root", false}, {2, "German", "de", false},
+                          {8, "Norwegian", "no", false}, {18, "Russian", "ru", false},
+                          {20, "Chinese", "zh", true},   {22, "Korean", "ko", true}};
+    for (const Case& c : cases) {
+        const KsLanguage* l = KsLanguageContext::QueryLanguage(c.id);
+        ASSERT_NE(l, nullptr) << int(c.id);
+        EXPECT_STREQ(l->Name(), c.name);
+        EXPECT_STREQ(l->Locale(), c.locale);
+        EXPECT_EQ(l->IsIdeographic(), c.ideographic);
+    }
+    for (uchar unknown : {uchar(19), uchar(23), uchar(0x81), uchar(255)})
+        EXPECT_EQ(KsLanguageContext::QueryLanguage(unknown), nullptr) << int(unknown);
+    EXPECT_NE(KsLanguageContext::QueryLanguage(KS_LANG_NULLMARK), nullptr);
+    std::set<uint> ids;
+    for (const KsLanguage* const* l = KsLanguageContext::Languages(); *l; ++l)
+        EXPECT_TRUE(ids.insert((*l)->Id()).second);
+    EXPECT_EQ(ids.size(), 23u);
+}
+
+// ---------------------------------------------------------------------------
+// Unicode properties
+// ---------------------------------------------------------------------------
+using KsI18nPropsTest = KsI18nTest;
+
+TEST_F(KsI18nPropsTest, Samples)
+{
+    constexpr uchar U = KS_UP_UPPER, L = KS_UP_LOWER, A = KS_UP_ALPHA, D = KS_UP_DIGIT,
+                    S = KS_UP_SPACE, P = KS_UP_PUNCT, I = KS_UP_IDEO, Def = KS_UP_DEFINED;
+    struct Case { uchar cs; ushort ch; ushort unicode, upper, lower, base, mark; uchar flags; };
+    const Case cases[] = {
+        {1, 0xC0, 0x00C0, 0x00C0, 0x00E0, 'A', 0x0300, Def | A | U},         // À
+        {1, 0xDF, 0x00DF, 0x00DF, 0x00DF, 0x00DF, 0, Def | A | L},            // ß
+        {1, '7', '7', '7', '7', '7', 0, Def | D},
+        {1, ' ', ' ', ' ', ' ', ' ', 0, Def | S},
+        {1, 0x09, 0x09, 0x09, 0x09, 0x09, 0, Def | S},
+        {1, 0xA0, 0xA0, 0xA0, 0xA0, 0xA0, 0, Def | S},                        // no-break space
+        {1, 0xAD, 0xAD, 0xAD, 0xAD, 0xAD, 0, Def},                            // soft hyphen: format, not space
+        {1, '$', '$', '$', '$', '$', 0, Def | P},
+        {1, '!', '!', '!', '!', '!', 0, Def | P},
+        {16, 0x8A, 0x0160, 0x0160, 0x0161, 'S', 0x030C, Def | A | U},         // Š in Windows-1250
+        {29, 0x81, 'a', 'A', 'a', 'a', 0, Def | A | L},                       // EBCDIC a
+        {3, 0xA5, 0xFFFD, 0xFFFD, 0xFFFD, 0xFFFD, 0, 0},                      // undefined byte
+        {253, 0x1EA6, 0x1EA6, 0x1EA6, 0x1EA7, 'A', 0x0302, Def | A | U},      // Ầ: full decomposition
+        {253, 0x4E00, 0x4E00, 0x4E00, 0x4E00, 0x4E00, 0, Def | A | I},
+        {253, 0x3000, 0x3000, 0x3000, 0x3000, 0x3000, 0, Def | S},
+        {253, 0xAC00, 0xAC00, 0xAC00, 0xAC00, 0x1100, 0, Def | A},            // Hangul: jamo are no marks
+        {253, 0x0378, 0x0378, 0x0378, 0x0378, 0x0378, 0, 0},                  // unassigned
+    };
+    for (const Case& c : cases) {
+        KsUnicodeProps p{};
+        ASSERT_EQ(KsLanguageContext::QueryCodeSet(c.cs)->GetUnicodeProps(c.ch, p), 0);
+        SCOPED_TRACE(testing::Message() << "code set " << int(c.cs) << " char " << std::hex << c.ch);
+        EXPECT_EQ(p.unicode, c.unicode);
+        EXPECT_EQ(p.upper, c.upper);
+        EXPECT_EQ(p.lower, c.lower);
+        EXPECT_EQ(p.base, c.base);
+        EXPECT_EQ(p.mark, c.mark);
+        EXPECT_EQ(p.flags, c.flags);
+    }
+    KsUnicodeProps p{};
+    EXPECT_EQ(KsLanguageContext::QueryCodeSet(1)->GetUnicodeProps(0x100, p), KS_INVALID_ARGUMENT);
+}
+
+TEST_F(KsI18nPropsTest, EightBitTablesAreThePropertiesOfTheirUnicodeValues)
+{
+    const KsCodeSet& uni = *KsLanguageContext::QueryCodeSet(KS_CS_UNICODE);
+    for (const KsCodeSet* cs : EightBitSets()) {
+        for (uint b = 0; b < 256; ++b) {
+            KsUnicodeProps got{}, want{};
+            ASSERT_EQ(cs->GetUnicodeProps(ushort(b), got), 0);
+            if (cs->ToUnicode(ushort(b)) == 0xFFFD)
+                continue;
+            uni.GetUnicodeProps(cs->ToUnicode(ushort(b)), want);
+            ASSERT_EQ(std::memcmp(&got, &want, sizeof got), 0) << cs->Name() << " byte " << b;
+        }
+    }
+}
+
+// ---------------------------------------------------------------------------
+// KsChar and KsStringIterator
+// ---------------------------------------------------------------------------
+using KsI18nCharTest = KsI18nTest;
+
+TEST_F(KsI18nCharTest, AssignmentMapsBetweenCodeSets)
+{
+    struct Case { ushort code; uchar srcCs; uchar dstCs; ushort expected; };
+    const Case cases[] = {
+        {0xE9, 1, 26, 0x82}, {0xE9, 1, 253, 0x00E9}, {0x20AC, 253, 18, 0x80}, {0x20AC, 253, 1, 0x1A},
+        {0xE9, 0, 16, 0xE9}, {0xE9, 1, 1, 0xE9},     {0x0160, 254, 16, 0x8A}, {0x1234, 225, 253, 0x1234},
+        {0x141, 1, 2, 0x1A},  // outside an 8-bit set: substitute
+        {0xA5, 3, 3, 0xA5},   // an undefined byte stays within its code set
+        {0xA5, 3, 1, 0x1A},
+    };
+    for (const Case& c : cases) {
+        KsChar dst(ushort(0x7777), c.dstCs, 9);
+        dst = KsChar(c.code, c.srcCs, 3);
+        EXPECT_EQ(dst.Code(), c.expected) << int(c.srcCs) << " -> " << int(c.dstCs);
+        EXPECT_EQ(dst.CodeSet(), c.dstCs);
+        EXPECT_EQ(dst.Language(), 9);
+    }
+}
+
+TEST_F(KsI18nCharTest, ReferencesReadAndWriteTheirSlot)
+{
+    char text[] = "xyz";
+    KsChar r(text + 1, 16, 0);
+    EXPECT_EQ(r.Code(), 'y');
+    r = KsChar(ushort(0x0160), 253, 0);
+    EXPECT_STREQ(text, "x\x8Az");
+    EXPECT_EQ(r.Code(), 0x8A);
+    EXPECT_EQ(r.ToUnicode(), 0x0160);
+    KsChar copy(ushort(0), 253, 0);
+    copy = r;  // reads through the reference
+    EXPECT_EQ(copy.Code(), 0x0160);
+
+    uchar wide[6] = {0xEE, 0xEE, 0xEE, 0xEE, 0xEE, 0xEE};
+    KsChar high(wide + 1, 253, 0, 2);
+    high = KsChar(ushort(0x80), 18, 0);
+    EXPECT_EQ(wide[1], 0x20);
+    EXPECT_EQ(wide[2], 0xAC);
+    EXPECT_EQ(high.Code(), 0x20AC);
+    KsChar machine(wide + 3, 253, 0, 8);
+    machine = high;
+    ushort stored;
+    std::memcpy(&stored, wide + 3, 2);
+    EXPECT_EQ(stored, 0x20AC);
+    EXPECT_EQ(wide[0], 0xEE);
+    EXPECT_EQ(wide[5], 0xEE);
+}
+
+TEST_F(KsI18nCharTest, IsSpace)
+{
+    struct Case { ushort code; uchar cs; int space; };
+    const Case cases[] = {{0, 1, 1},      {' ', 1, 1},      {'\n', 1, 1},    {0x85, 1, 1},  {'a', 1, 0},
+                          {0xA0, 18, 1},  {0x3000, 253, 1}, {0x4E00, 253, 0}, {0, 253, 1}, {0x40, 29, 1}};
+    for (const Case& c : cases)
+        EXPECT_EQ(KsChar(c.code, c.cs, 0).IsSpace(), c.space) << std::hex << c.code << " in " << std::dec << int(c.cs);
+}
+
+using KsI18nIteratorTest = KsI18nTest;
+
+TEST_F(KsI18nIteratorTest, WalksEightBitText)
+{
+    const char text[] = "ab";
+    KsStringIterator it(text, 1, 2);
+    EXPECT_EQ(it.Pointer(), text);
+    EXPECT_EQ(it.GetNextChar(), 'a');
+    EXPECT_EQ(it.Current(), 'b');
+    EXPECT_FALSE(it.AtEnd());
+    it.Next();
+    EXPECT_TRUE(it.AtEnd());
+    EXPECT_EQ(it.Position(), 2u);
+    it.Next();
+    EXPECT_EQ(it.GetNextChar(), 0);
+    EXPECT_EQ(it.Position(), 2u);
+    EXPECT_EQ(it.Pointer(), text + 2);
+    EXPECT_EQ(it.Ref().Language(), 2);
+
+    KsStringIterator none(nullptr, 253, 0);
+    EXPECT_TRUE(none.AtEnd());
+    EXPECT_EQ(none.GetNextChar(), 0);
+    EXPECT_EQ(none.Pointer(), nullptr);
+    KsChar slot = none.Ref();
+    slot = KsChar(ushort('q'), 1, 0);  // nothing to write into; must not crash
+    EXPECT_EQ(none.Position(), 0u);
+}
+
+TEST_F(KsI18nIteratorTest, SixteenBitTextInBothByteOrders)
+{
+    const uchar text[] = {0x12, 0x34, 0x00, 0x41, 0x00, 0x00};
+    ushort first, second;
+    std::memcpy(&first, text, 2);
+    std::memcpy(&second, text + 2, 2);
+    struct Case { uchar format; ushort a, b; };
+    const Case cases[] = {{2, 0x1234, 0x0041}, {0x82, 0x1234, 0x0041}, {8, first, second},
+                          {1, first, second},  {0, first, second}};
+    for (const Case& c : cases) {
+        KsStringIterator it(text, 253, 0, c.format);
+        EXPECT_EQ(it.GetNextChar(), c.a) << int(c.format);
+        EXPECT_EQ(it.Ref().Code(), c.b) << int(c.format);
+        EXPECT_EQ(it.GetNextChar(), c.b);
+        EXPECT_TRUE(it.AtEnd());
+        EXPECT_EQ(it.Pointer(), text + 4);
+    }
+    KsStringIterator bytes(text, 1, 0, 2);  // 8-bit text ignores the format
+    EXPECT_EQ(bytes.GetNextChar(), 0x12);
+}
+
+// The conversion walk of a string: source and target iterators, each
+// character assigned through the target's Ref.
+TEST_F(KsI18nIteratorTest, CopiesBetweenCodeSetsThroughRefs)
+{
+    const ushort src[] = {0x0160, 'k', 0x00F6, 0x20AC, 0};
+    uchar dst[5] = {};
+    KsStringIterator from(src, 253, 0);
+    KsStringIterator to(dst, 16, 0);
+    while (!from.AtEnd()) {
+        KsChar slot = to.Ref();  // a copy: refers to the same slot
+        slot = from.Ref();       // an assignment: maps and writes
+        from.Next();
+        to.Next();
+    }
+    EXPECT_EQ(to.Position(), 4u);
+    const uchar expected[] = {0x8A, 'k', 0xF6, 0x80, 0};
+    EXPECT_EQ(std::memcmp(dst, expected, sizeof expected), 0);
+}
+
+}  // namespace
