@@ -298,7 +298,10 @@ public:
     static KsOrderEntry Entry16(ushort ch, uchar language);
     // Entry / first order of character `ch` of a code set.
     static KsOrderEntry Entry(ushort ch, uchar codeSet, uchar language);
-    static ushort Order(ushort ch, uchar codeSet, uchar language) { return ushort(Entry(ch, codeSet, language)); }
+    static ushort Order(ushort ch, uchar codeSet, uchar language)
+    {
+        return ushort(Entry(ch, codeSet, language));
+    }
 };
 
 #endif

@@ -38,7 +38,7 @@ constexpr ushort LetterOrder(uint letter, uint ext, uint accent, bool upper)
     return ushort(kLetterBit | (upper ? 0u : 1u) << 12 | accent << 7 | letter << 2 | ext);
 }
 constexpr uint LetterNumber(char ascii) { return uint((ascii | 0x20) - 'a') + 3; }
-constexpr bool IsAsciiLetter(uint u) { return (u | 0x20) >= 'a' && (u | 0x20) <= 'z'; }
+constexpr bool IsAsciiLetter(uint u) { return (u >= 'A' && u <= 'Z') || (u >= 'a' && u <= 'z'); }
 
 constexpr KsOrderEntry Pack(ushort o0, ushort o1 = 0, ushort o2 = 0)
 {
@@ -340,8 +340,8 @@ struct Parts {
 
 bool IsUpperAscii(char c) { return c >= 'A' && c <= 'Z'; }
 
-// The letters of a special; `mark` (if any) replaces the accent of the
-// first letter.
+// The letters of a special; a non-zero `markAccent` (from a combining mark
+// on top of it) replaces the accent of the first letter.
 void AddSpecial(const Special& s, uchar markAccent, Parts& out)
 {
     if (s.b) {
@@ -381,7 +381,7 @@ bool CompatLetters(ushort u, Parts& out)
                 marks[parts.n - 1] = c;
             continue;
         }
-        if (!IsAsciiLetter(c) || c > 0x7A || parts.n == 3)
+        if (!IsAsciiLetter(c) || parts.n == 3)
             return false;
         parts.Add(LetterNumber(char(c)), 0, 0, c < 'a');
     }
@@ -406,13 +406,13 @@ bool LatinLetter(ushort u, const KsUnicodeProps& p, int group, Parts& out)
         AddSpecial(*s, 0, out);
         return true;
     }
-    if (IsAsciiLetter(u) && u <= 0x7A) {
+    if (IsAsciiLetter(u)) {
         out.Add(LetterNumber(char(u)), 0, 0, u < 'a');
         return true;
     }
     if (p.base != u && p.base != 0xFFFD) {
         const uchar markAccent = AccentOf(p.mark);
-        if (IsAsciiLetter(p.base) && p.base <= 0x7A) {
+        if (IsAsciiLetter(p.base)) {
             out.Add(LetterNumber(char(p.base)), 0, markAccent, p.base < 'a');
             return true;
         }
@@ -420,8 +420,9 @@ bool LatinLetter(ushort u, const KsUnicodeProps& p, int group, Parts& out)
         // with macron and the like.
         if (const Rule* r = FindRule(group, p.base)) {
             KsUnicodeProps bp;
-            out.Add(LetterNumber(r->letter), r->ext,
-                    markAccent ? markAccent : (r->accent == kKeepAccent ? DerivedAccent(p.base, Props(p.base, bp)) : r->accent),
+            const uchar baseAccent =
+                r->accent == kKeepAccent ? DerivedAccent(p.base, Props(p.base, bp)) : r->accent;
+            out.Add(LetterNumber(r->letter), r->ext, markAccent ? markAccent : baseAccent,
                     (p.flags & KS_UP_UPPER) != 0);
             return true;
         }
@@ -503,7 +504,7 @@ inline KsOrderEntry PageEntry(int group, ushort u)
 constexpr int kMaxCodeSet8 = 32;
 std::atomic<const KsOrderEntry*> gTables8[kMaxCodeSet8][kGroupCount + 1];
 
-const KsOrderEntry* BuildTable8(const KsCodeSet& cs, int group)
+[[gnu::noinline]] const KsOrderEntry* BuildTable8(const KsCodeSet& cs, int group)
 {
     auto fresh = std::make_unique<KsOrderEntry[]>(256);
     const ushort* toU = cs.ToUnicodeTable();
@@ -525,6 +526,14 @@ const KsOrderEntry* BuildTable8(const KsCodeSet& cs, int group)
     return expected;
 }
 
+[[gnu::noinline]] const KsOrderEntry* Table8Slow(uchar codeSet, int group)
+{
+    const KsCodeSet& cs = KsCodeSet::ForText(codeSet);
+    static_assert(kMaxCodeSet8 > 29, "8-bit code set ids fit the table");
+    const KsOrderEntry* t = gTables8[cs.Id()][group].load(std::memory_order_acquire);
+    return t ? t : BuildTable8(cs, group);
+}
+
 }  // namespace
 
 // ---------------------------------------------------------------------------
@@ -532,13 +541,14 @@ const KsOrderEntry* BuildTable8(const KsCodeSet& cs, int group)
 // ---------------------------------------------------------------------------
 const KsOrderEntry* KsCollation::Table8(uchar codeSet, uchar language)
 {
-    if (KsCodeSetIsWide(codeSet))
-        return nullptr;
-    const KsCodeSet& cs = KsCodeSet::ForText(codeSet);
-    static_assert(kMaxCodeSet8 > 29, "8-bit code set ids fit the table");
     const int group = GroupOf(language);
-    const KsOrderEntry* t = gTables8[cs.Id()][group].load(std::memory_order_acquire);
-    return t ? t : BuildTable8(cs, group);
+    // Hot path: a slot is only ever filled for the code set of its own id,
+    // so a filled slot of the id asked for is the answer (0 and unassigned
+    // ids follow the native code set and go the long way).
+    if (codeSet && codeSet < kMaxCodeSet8)
+        if (const KsOrderEntry* t = gTables8[codeSet][group].load(std::memory_order_acquire))
+            return t;
+    return KsCodeSetIsWide(codeSet) ? nullptr : Table8Slow(codeSet, group);
 }
 
 int KsCollation::Group(uchar language) { return GroupOf(language); }

@@ -1,0 +1,500 @@
+// KsStrCmp (null rules, native bytes, order keys, collation levels, masks,
+// wildcards with backtracking, the wildcard setters) and the string rows'
+// comparators over arrays in memory and hand-built stored images.
+#include "ksstrcmp.h"
+
+#include <gtest/gtest.h>
+
+#include <cstring>
+#include <random>
+#include <string>
+#include <vector>
+
+#include "ksi18n.h"
+#include "ksstring.h"
+
+namespace {
+
+class KsStrCmpTest : public ::testing::Test {
+protected:
+    void TearDown() override
+    {
+        KsStrCmpSetAsterisk(KsChar(ushort('*'), 1, 0));
+        KsStrCmpSetQuestion(KsChar(ushort('?'), 1, 0));
+        KsStrCmpSetEscape(KsChar(ushort(0), 1, 0));
+    }
+};
+
+int Cmp(const char* a, const char* b, ushort mode, uchar cs = 1, uchar lang = 1, int* detail = nullptr, short length = -1)
+{
+    return KsStrCmp(cs, lang, a, cs, lang, b, mode, length, 8, detail);
+}
+
+// Machine-order 16-bit copy of an ASCII/Latin-1 text.
+std::vector<ushort> Wide(const char* s)
+{
+    std::vector<ushort> out;
+    for (; *s; ++s)
+        out.push_back(uchar(*s));
+    out.push_back(0);
+    return out;
+}
+const char* C(const std::vector<ushort>& w) { return reinterpret_cast<const char*>(w.data()); }
+
+// ---------------------------------------------------------------------------
+// KsStrCmp
+// ---------------------------------------------------------------------------
+using KsStrCmpNull = KsStrCmpTest;
+
+TEST_F(KsStrCmpNull, NullAndEmptyRules)
+{
+    struct Case { uchar cs1, lang1; const char* t1; uchar cs2, lang2; const char* t2; ushort mode; short length; int expected; };
+    const Case cases[] = {
+        {1, 254, nullptr, 1, 254, nullptr, 0x10, -1, 0},
+        {254, 0, nullptr, 7, 254, "x", 0, -1, 0},        // the compatibility null form
+        {1, 1, "", 1, 254, nullptr, 0, -1, 1},
+        {1, 1, "", 254, 0, nullptr, 0x100, -1, 1},
+        {1, 254, nullptr, 1, 1, "x", 0x10, -1, -1},
+        {1, 254, nullptr, 1, 1, "", 0x100, -1, -1},
+        {1, 254, nullptr, 1, 1, "x", 0, -1, -1},         // as "" against "x"
+        {1, 254, nullptr, 1, 1, "", 0, -1, 0},
+        {1, 254, nullptr, 1, 1, "*", 0, -1, 0},          // an empty text matches "*"
+        {0, 254, "abc", 0, 0, "", 0, -1, 0},             // native, as ""
+        {1, 1, "abc", 1, 1, "xyz", 0x10, 0, 0},          // length 0
+        {1, 1, nullptr, 1, 1, "", 0x10, -1, 0},          // a null pointer reads as ""
+        {1, 1, nullptr, 1, 1, "a", 0x10, -1, -1},
+        {0, 1, nullptr, 0, 1, "", 0x10, -1, 0},          // native: null against empty
+        {0, 1, nullptr, 0, 1, "x", 0x10, -1, -1},
+        {0, 1, "x", 0, 1, nullptr, 0x10, -1, 1},
+        {0, 1, "", 0, 1, nullptr, 0x100, -1, 0},
+    };
+    for (const Case& c : cases) {
+        const int r = KsStrCmp(c.cs1, c.lang1, c.t1, c.cs2, c.lang2, c.t2, c.mode, c.length, 8, nullptr);
+        EXPECT_EQ((r > 0) - (r < 0), c.expected) << &c - cases;
+    }
+}
+
+// Every pattern case runs through the native byte path, the collation path
+// of an 8-bit and a 16-bit code set and an ideographic language.
+using KsStrCmpPattern = KsStrCmpTest;
+
+TEST_F(KsStrCmpPattern, WildcardsWithBacktracking)
+{
+    struct Case { const char* text; const char* pattern; bool native; bool collated; };
+    const Case cases[] = {
+        {"abc", "a*", true, true},                {"abcbcd", "a*bcd", true, true},
+        {"abcbce", "a*bcd", false, false},        {"abc", "*", true, true},
+        {"", "*", true, true},                    {"", "", true, true},
+        {"abc", "*c", true, true},                {"abc", "*b", false, false},
+        {"abc", "a*b*c", true, true},             {"abc", "a**c", true, true},
+        {"abc", "***", true, true},               {"abc", "a?c", true, true},
+        {"ac", "a?c", false, false},              {"abc", "???", true, true},
+        {"abcd", "???", false, false},            {"ab", "*?", true, true},
+        {"a", "*??", false, false},               {"mississippi", "*sip*", true, true},
+        {"mississippi", "m*iss*ppi", true, true}, {"mississippi", "m*iss*ppx", false, false},
+        {"aaaaaaaaab", "*a*a*a*b", true, true},   {"aaaaaaaaaa", "*a*a*a*b", false, false},
+        {"Abc", "abc", false, true},              {"ABCD", "a*D", false, true},
+        {"abc", "", false, false},                {"", "a", false, false},
+    };
+    for (const Case& c : cases) {
+        EXPECT_EQ(Cmp(c.text, c.pattern, 0, 0, 0) == 0, c.native) << c.text << " ~ " << c.pattern;
+        EXPECT_EQ(Cmp(c.text, c.pattern, 0) == 0, c.collated) << c.text << " ~ " << c.pattern;
+        EXPECT_EQ(KsStrCmp(253, 4, C(Wide(c.text)), 253, 4, C(Wide(c.pattern)), 0, -1, 8, nullptr) == 0, c.collated)
+            << c.text << " ~ " << c.pattern << " (16-bit)";
+        EXPECT_EQ(Cmp(c.text, c.pattern, 0, 1, 21) == 0, c.native) << c.text << " ~ " << c.pattern << " (ideographic)";
+    }
+}
+
+TEST_F(KsStrCmpPattern, WildcardDetails)
+{
+    // A mismatch answers with the first failure: the byte difference on
+    // native text, the primary order otherwise.
+    EXPECT_EQ(Cmp("abcbce", "a*bcd", 0, 0, 0), 'b' - 'd');
+    EXPECT_EQ(Cmp("abd", "abc", 0, 0, 0), 1);
+    EXPECT_EQ(Cmp("ab", "ab?", 0, 0, 0), -'?');
+    EXPECT_LT(Cmp("abcbce", "a*bcd", 0), 0);
+    EXPECT_GT(Cmp("b", "a*", 0), 0);
+    // "?" takes one whole character, also one that sorts as two letters.
+    EXPECT_EQ(Cmp("\xDF" "x", "?x", 0), 0);
+    EXPECT_EQ(Cmp("\xDF", "s?", 0), 0);
+    EXPECT_EQ(Cmp("\xDF", "ss", 0), 0);
+    // A match still reports what told the texts apart below the primary level.
+    int detail = 9;
+    EXPECT_EQ(Cmp("ABcx", "ab*", 0, 1, 1, &detail), 0);
+    EXPECT_EQ(detail, -3);
+    EXPECT_EQ(Cmp("\xE0" "bc", "a*c", 0, 1, 1, &detail), 0);
+    EXPECT_EQ(detail, 2);
+}
+
+TEST_F(KsStrCmpPattern, ExactModeHasNoWildcards)
+{
+    for (uchar cs : {0, 1}) {
+        EXPECT_NE(Cmp("abc", "a*", 0x10, cs), 0) << int(cs);
+        EXPECT_NE(Cmp("abc", "a?c", 0x10, cs), 0) << int(cs);
+        EXPECT_EQ(Cmp("a*c", "a*c", 0x10, cs), 0) << int(cs);
+        EXPECT_NE(Cmp("abc", "a*", 0x100, cs), 0) << int(cs);
+    }
+    // Native texts compare as unsigned bytes, over `length` when given.
+    EXPECT_EQ(Cmp("abc", "a*", 0x10, 0), 'b' - '*');
+    EXPECT_EQ(Cmp("ab", "abc", 0x10, 0), -'c');
+    EXPECT_GT(Cmp("\xE9", "e", 0x10, 0), 0);
+    EXPECT_EQ(Cmp("abc", "ABC", 0x100, 0), 'a' - 'A');
+    EXPECT_EQ(Cmp("abcX", "abcY", 0x10, 0, 0, nullptr, 3), 0);
+}
+
+TEST_F(KsStrCmpPattern, SettersChangeTheCharacters)
+{
+    KsStrCmpSetAsterisk(KsChar(ushort('%'), 1, 0));
+    KsStrCmpSetQuestion(KsChar(ushort('_'), 1, 0));
+    KsStrCmpSetEscape(KsChar(ushort('\\'), 1, 0));
+    struct Case { const char* text; const char* pattern; bool match; };
+    const Case cases[] = {
+        {"abcd", "a%d", true},   {"abcd", "a*d", false},   {"abc", "a_c", true},
+        {"a?c", "a?c", true},    {"abc", "a?c", false},    {"a%", "a\\%", true},
+        {"ab", "a\\%", false},   {"a\\", "a\\", true},     {"a_b", "a\\_%", true},
+        {"axb", "a\\_%", false},
+    };
+    for (uchar cs : {0, 1, 253}) {
+        for (const Case& c : cases) {
+            const std::vector<ushort> t = Wide(c.text), p = Wide(c.pattern);
+            const int r = cs == 253 ? KsStrCmp(cs, 1, C(t), cs, 1, C(p), 0, -1, 8, nullptr) : Cmp(c.text, c.pattern, 0, cs);
+            EXPECT_EQ(r == 0, c.match) << int(cs) << ": " << c.text << " ~ " << c.pattern;
+        }
+    }
+    KsStrCmpSetQuestion(KsChar(ushort(0), 1, 0));  // off
+    EXPECT_NE(Cmp("abc", "a_c", 0), 0);
+    EXPECT_EQ(Cmp("a_c", "a_c", 0), 0);
+}
+
+using KsStrCmpOrder = KsStrCmpTest;
+
+// The 32-bit key of an order, written out from its definition.
+long long Key(ushort order, uchar lang)
+{
+    if (!order)
+        return 0;
+    if (lang != 20 && order < 0x8000 && (order & 0x4000))
+        return (long long)lang << 24 | (long long)(order & 0x407F) << 8 | ((order >> 7) & 0x7F);
+    return (long long)lang << 24 | (long long)order << 8;
+}
+
+TEST_F(KsStrCmpOrder, KeysDecideCharacterByCharacter)
+{
+    for (uchar lang : {1, 4, 20, 21}) {
+        const KsOrderEntry* t = KsCollation::Table8(1, lang);
+        for (int x = 1; x < 256; ++x) {
+            for (int y = 1; y < 256; ++y) {
+                const char a[] = {char(x), 0}, b[] = {char(y), 0};
+                const long long diff = Key(ushort(t[x]), lang) - Key(ushort(t[y]), lang);
+                const int expected = (diff > 0) - (diff < 0);
+                const int r = Cmp(a, b, 0x100, 1, lang);
+                ASSERT_EQ((r > 0) - (r < 0), expected) << int(lang) << ": " << x << " " << y;
+            }
+        }
+    }
+    // The language is the top byte; a text's end is key 0.
+    EXPECT_LT(KsStrCmp(1, 1, "b", 1, 2, "a", 0x100, -1, 8, nullptr), 0);
+    EXPECT_GT(Cmp("ab", "a", 0x100), 0);
+    EXPECT_EQ(Cmp("abX", "abY", 0x100, 1, 1, nullptr, 2), 0);
+    // Extension before accent and case: Spanish n-tilde follows every n.
+    EXPECT_GT(Cmp("\xF1", "N", 0x100, 1, 4), 0);
+    EXPECT_LT(Cmp("\xF1", "o", 0x100, 1, 4), 0);
+}
+
+using KsStrCmpCollation = KsStrCmpTest;
+
+TEST_F(KsStrCmpCollation, LevelsMasksAndDetail)
+{
+    struct Case { const char* a; const char* b; ushort mode; int result; int detail; };
+    const Case cases[] = {
+        {"abc", "abc", 0x10, 0, 0},        {"abc", "abd", 0x10, -1, -1},
+        {"\xE0" "b", "ac", 0x10, -1, -1},  // a later primary difference beats an accent
+        {"\xE0" "b", "ab", 0x10, 1, 2},    {"\xE0" "b", "ab", 0, 0, 2},
+        {"Ab", "ab", 0x10, -1, -3},        {"Ab", "\xE0" "b", 0x10, -1, -2},
+        {"ab", "AB", 0, 0, 3},             {"ab", "abc", 0x10, -1, -1},
+        {"a b", "ab", 0x10, -1, -1},       {"a1", "a\xB9", 0x10, -1, -2},
+        {"a", "i", 0x10, -1, -1},          {"a", "i", 0x30, 0, 0},       // 0x20 clears bits 5-6
+        {"a", "b", 0x50, 0, 0},            {"a", "i", 0x50, -1, -1},     // 0x40 clears bits 0-4
+        {"a", "z", 0x70, 0, 0},            {"a", "Z", 0x70, 1, 3},       // both: bits 0-6
+        {"0", "3", 0x50, 0, 0},            {"0", "4", 0x50, -1, -1},
+        {"\xE9t\xE9", "ete", 0x70, 1, 2},  {"x", "x", 0xF0, 0, 0},
+    };
+    for (const Case& c : cases) {
+        int detail = 99;
+        EXPECT_EQ(Cmp(c.a, c.b, c.mode, 1, 1, &detail), c.result) << c.a << " vs " << c.b << " mode " << std::hex << c.mode;
+        EXPECT_EQ(detail, c.detail) << c.a << " vs " << c.b << " mode " << std::hex << c.mode;
+    }
+}
+
+TEST_F(KsStrCmpCollation, CodeSetsLanguagesAndByteOrders)
+{
+    const std::vector<ushort> wide = Wide("\xE9t\xE9");
+    EXPECT_EQ(KsStrCmp(1, 1, "\xE9t\xE9", 253, 1, C(wide), 0x10, -1, 8, nullptr), 0);
+    EXPECT_EQ(KsStrCmp(16, 1, "\x9A", 1, 1, "s", 0, -1, 8, nullptr), 0);   // Windows-1250 s-caron
+    EXPECT_EQ(KsStrCmp(0, 1, "\xE9", 1, 1, "e", 0, -1, 8, nullptr), 0);    // 0 is the native code set
+    EXPECT_NE(KsStrCmp(1, 9, "\xE4", 1, 1, "\xE4", 0, -1, 8, nullptr), 0); // Swedish a-diaeresis is not an a
+    const uchar ab[] = {0, 'A', 0, 'B', 0, 0}, ac[] = {0, 'A', 0, 'C', 0, 0};  // high byte first
+    EXPECT_LT(KsStrCmp(253, 1, reinterpret_cast<const char*>(ab), 253, 1, reinterpret_cast<const char*>(ac), 0x10, -1, 2, nullptr), 0);
+    EXPECT_EQ(KsStrCmp(253, 1, reinterpret_cast<const char*>(ab), 1, 1, "ab", 0, -1, 2, nullptr), 0);
+    // Bounded texts: nothing past n characters is read.
+    const char unterminated[3] = {'a', 'b', 'c'};
+    EXPECT_EQ(KsStrCmpN(1, 1, unterminated, 2, 1, 1, "ab", 0xFFFFFFFF, 0x10, -1, 8, nullptr), 0);
+    EXPECT_LT(KsStrCmpN(1, 1, unterminated, 2, 1, 1, "abc", 0xFFFFFFFF, 0x10, -1, 8, nullptr), 0);
+    EXPECT_EQ(KsStrCmpN(1, 1, nullptr, 20, 1, 1, "", 0xFFFFFFFF, 0x10, -1, 8, nullptr), 0);  // null reads as ""
+}
+
+// ---------------------------------------------------------------------------
+// The string rows' comparators
+// ---------------------------------------------------------------------------
+KsString Make(uchar cs, uchar lang, const char* text)
+{
+    KsString s(cs, lang);
+    if (*text)
+        s.EditText(text, cs, 0, 0, ushort(std::strlen(text)), 1, KsString::EditAssignAt);
+    return s;
+}
+
+using KsStringCompareMemory = KsStrCmpTest;
+
+TEST_F(KsStringCompareMemory, WalksArraysOfStrings)
+{
+    KsString a[3] = {Make(1, 1, "x"), Make(1, 1, "abc"), Make(1, 1, "q")};
+    KsString b[3] = {Make(1, 1, "x"), Make(1, 1, "ABC"), Make(1, 1, "a")};
+    int status = -1;
+    EXPECT_EQ(StringCompare(8, 0, a, 0, b, 0, 3, status), 1);     // decided by the third
+    EXPECT_EQ(status, 0);
+    EXPECT_EQ(StringCompare(8, 0, a, 0, b, 0x10, 3, status), 1);  // by the second: case
+    EXPECT_EQ(StringCompare(8, 0, a, 0, b, 0x90, 3, status), 3);  // the detail value
+    EXPECT_EQ(StringCompare(8, 0, a, 0, b, 0, 2, status), 0);
+    EXPECT_EQ(StringCompare(8, 0, a, 0, b, 0, 0, status), 0);
+    EXPECT_EQ(status, 0);
+    EXPECT_EQ(StringCompare(8, sizeof(KsString), a, 0, b, 0, 3, status), 0);  // a holds one element
+    EXPECT_EQ(status, 2101);
+
+    KsString none[2] = {KsString(1, 1), KsString(1, 1)};  // no buffers
+    KsString some[2] = {Make(1, 1, "x"), KsString(1, 1)};
+    EXPECT_EQ(StringCompare(8, 0, none, 0, some, 0, 2, status), -1);
+    EXPECT_EQ(StringCompare(8, 0, some, 0, none, 0, 2, status), 1);
+    EXPECT_EQ(StringCompare(8, 0, none, 0, none, 0, 2, status), 0);
+}
+
+// Stored images built by hand:
+//   [L:2][code set][language][characters][0][FF], L = 4 + bytes of characters.
+struct Image {
+    uchar format;
+    std::vector<uchar> bytes;
+    explicit Image(uchar f) : format(f) {}
+    void Put16(uint v)
+    {
+        if (format == 2) {
+            bytes.push_back(uchar(v >> 8));
+            bytes.push_back(uchar(v));
+        } else {
+            bytes.push_back(uchar(v));
+            bytes.push_back(uchar(v >> 8));
+        }
+    }
+    Image& Add(uchar cs, uchar lang, const char* text)
+    {
+        const std::size_t n = std::strlen(text);
+        const bool wide = cs > 224;
+        Put16(uint(4 + n * (wide ? 2 : 1)));
+        bytes.push_back(cs);
+        bytes.push_back(lang);
+        for (std::size_t i = 0; i < n; ++i) {
+            if (!wide) {
+                bytes.push_back(uchar(text[i]));
+            } else if (format == 2) {
+                bytes.push_back(0);
+                bytes.push_back(uchar(text[i]));
+            } else {
+                const ushort u = uchar(text[i]);
+                bytes.insert(bytes.end(), reinterpret_cast<const uchar*>(&u), reinterpret_cast<const uchar*>(&u) + 2);
+            }
+        }
+        bytes.push_back(0);
+        bytes.push_back(0xFF);
+        return *this;
+    }
+    // The old image: [L:2][characters][0], L = characters + 1.
+    Image& AddOld(const char* text)
+    {
+        const std::size_t n = std::strlen(text);
+        Put16(uint(n + 1));
+        bytes.insert(bytes.end(), text, text + n + 1);
+        return *this;
+    }
+    uint Size() const { return uint(bytes.size()); }
+    void* Data() { return bytes.data(); }
+};
+
+struct Result {
+    int result;
+    int status;
+};
+Result Compare(Image& a, Image& b, ushort mode, uint count = 1, uint lenA = ~0u, uint lenB = ~0u, bool old = false)
+{
+    int status = 77;
+    const uint la = lenA == ~0u ? a.Size() : lenA, lb = lenB == ~0u ? b.Size() : lenB;
+    const int r = old ? StringCompareOld(a.format, la, a.Data(), lb, b.Data(), mode, count, status)
+                      : StringCompare(a.format, la, a.Data(), lb, b.Data(), mode, count, status);
+    return Result{r, status};
+}
+
+using KsStringCompareStored = KsStrCmpTest;
+
+TEST_F(KsStringCompareStored, ElementsInBothByteOrders)
+{
+    struct Case { const char* a1; uchar csA; const char* a2; const char* b1; uchar csB; const char* b2; ushort mode; int result; };
+    const Case cases[] = {
+        {"x", 1, "abc", "x", 1, "abd", 0x10, -1},     {"x", 1, "abc", "x", 1, "abc", 0x10, 0},
+        {"y", 1, "abc", "x", 1, "abd", 0x10, 1},      {"x", 253, "\xE9t\xE9", "x", 1, "\xE9t\xE9", 0x10, 0},
+        {"x", 253, "abc", "x", 253, "abd", 0x100, -1}, {"x", 1, "abcbcd", "x", 1, "a*bcd", 0, 0},
+        {"x", 0, "abc", "x", 0, "ab?", 0, 0},          {"x", 0, "ABC", "x", 0, "abc", 0x10, -1},
+        {"x", 1, "ab", "x", 1, "abc", 0x10, -1},       {"x", 1, "", "x", 1, "", 0x10, 0},
+    };
+    for (uchar format : {1, 2}) {
+        for (const Case& c : cases) {
+            Image a(format), b(format);
+            a.Add(c.csA, 1, c.a1).Add(c.csA, 1, c.a2);
+            b.Add(c.csB, 1, c.b1).Add(c.csB, 1, c.b2);
+            for (bool bounded : {true, false}) {
+                const Result r = Compare(a, b, c.mode, 2, bounded ? a.Size() : 0, bounded ? b.Size() : 0);
+                EXPECT_EQ(r.result, c.result) << int(format) << ": " << c.a2 << " vs " << c.b2;
+                EXPECT_EQ(r.status, 0) << int(format) << ": " << c.a2 << " vs " << c.b2;
+            }
+        }
+    }
+}
+
+// One element alone takes a shortcut, the second of two the general walk;
+// in memory, stored in both byte orders and KsStrCmp itself must agree.
+TEST_F(KsStringCompareStored, PathsAgreeOnRandomTexts)
+{
+    const std::string alphabet = "aAbBeE\xE9\xC9\xE4\xDF\xF1 *?-1\xB9zZ";
+    const ushort modes[] = {0, 0x10, 0x30, 0x50, 0x70, 0x90, 0x100, 0x80};
+    const uchar languages[] = {1, 4, 9, 16, 21};
+    std::mt19937 rng(2024);
+    auto text = [&] {
+        std::string t;
+        for (uint n = rng() % 7; n; --n)
+            t += alphabet[rng() % alphabet.size()];
+        return t;
+    };
+    for (int i = 0; i < 3000; ++i) {
+        const std::string x = text(), y = rng() % 3 ? text() : x;
+        const ushort mode = modes[rng() % 8];
+        const uchar lang = languages[rng() % 5], cs = rng() % 4 ? 1 : 14;
+        int detail = 0;
+        const int direct = KsStrCmp(cs, lang, x.c_str(), cs, lang, y.c_str(), mode, -1, 8, &detail);
+        const int expected = (mode & 0x80) && detail ? detail : (direct > 0) - (direct < 0);
+        // The same characters as 16-bit text take the general order walk.
+        std::vector<ushort> wx(x.size() + 1, 0), wy(y.size() + 1, 0);
+        KsConvertText(wx.data(), 253, x.c_str(), cs, uint(x.size()));
+        KsConvertText(wy.data(), 253, y.c_str(), cs, uint(y.size()));
+        int wideDetail = 0;
+        const int wide = KsStrCmp(253, lang, C(wx), 253, lang, C(wy), mode, -1, 8, &wideDetail);
+        EXPECT_EQ((wide > 0) - (wide < 0), (direct > 0) - (direct < 0)) << x << " | " << y << " mode " << mode;
+        EXPECT_EQ(wideDetail, detail) << x << " | " << y << " mode " << mode;
+        for (uchar format : {1, 2}) {
+            Image one(format), other(format), two(format), otherTwo(format);
+            one.Add(cs, lang, x.c_str());
+            other.Add(cs, lang, y.c_str());
+            two.Add(cs, lang, "").Add(cs, lang, x.c_str());
+            otherTwo.Add(cs, lang, "").Add(cs, lang, y.c_str());
+            EXPECT_EQ(Compare(one, other, mode).result, expected) << x << " | " << y << " mode " << mode;
+            EXPECT_EQ(Compare(two, otherTwo, mode, 2).result, expected) << x << " | " << y << " mode " << mode;
+        }
+        KsString a[1] = {Make(cs, lang, x.c_str())}, b[1] = {Make(cs, lang, y.c_str())};
+        int status = 0;
+        if (!x.empty() && !y.empty()) {  // in memory an empty string has no buffer
+            EXPECT_EQ(StringCompare(8, 0, a, 0, b, mode, 1, status), expected) << x << " | " << y;
+        }
+    }
+}
+
+TEST_F(KsStringCompareStored, CutOperandsAndStatuses)
+{
+    const std::string longText(300, 'x');
+    const std::string longOther = std::string(299, 'x') + "y";
+    struct Case {
+        const char* name; const char* a; const char* b; ushort mode; int cutA; int cutB; int result; int status;
+    };
+    // cutA / cutB: character bytes present of a cut element (-1: whole).
+    const Case cases[] = {
+        {"b cut inside", "abcdef", "abcdef", 0, -1, 3, 0, 2101},
+        {"a cut, longer than b", "abcdef", "abc", 0, 4, -1, 1, 0},
+        {"a cut, shorter than b", "abcdef", "abc", 0, 2, -1, 0, 2101},
+        {"a cut, differs early", "abzdef", "abcdef", 0x10, 3, -1, 1, 2101},
+        {"b cut, longer than a", "ab", "abcdef", 0x10, -1, 4, -1, 0},
+        {"star, complete pattern", "abcdef", "ab*", 0, 4, -1, 0, 0},
+        {"star, pattern goes on", "abcdef", "ab*f", 0, 4, -1, 0, 2101},
+        {"star ignored when exact", "abcdef", "ab*", 0x10, 4, -1, 1, 0},
+        {"only the terminator cut", longText.c_str(), longText.c_str(), 0x10, 300, -1, 0, 2101},
+        {"heap scratch decides", longText.c_str(), longOther.c_str(), 0x10, 300, -1, -1, 2101},
+        {"cut length too long", longText.c_str(), longText.c_str(), 0x10, 280, -1, -1, -2999},
+    };
+    for (uchar format : {1, 2}) {
+        for (const Case& c : cases) {
+            Image a(format), b(format);
+            a.Add(1, 1, c.a);
+            b.Add(1, 1, c.b);
+            const Result r = Compare(a, b, c.mode, 1, c.cutA < 0 ? a.Size() : uint(4 + c.cutA),
+                                     c.cutB < 0 ? b.Size() : uint(4 + c.cutB));
+            EXPECT_EQ(r.result, c.result) << c.name;
+            EXPECT_EQ(r.status, c.status) << c.name;
+        }
+    }
+}
+
+TEST_F(KsStringCompareStored, ShortenedMarkersAndBounds)
+{
+    Image a(1), b(1);
+    a.Add(253, 1, "abc");
+    b.Add(254, 0x81, "ab");  // shortened when stored; 16-bit by its code set
+    Result r = Compare(a, b, 0);
+    EXPECT_EQ(r.result, 0);  // b counts as cut: only "ab" is compared
+    EXPECT_EQ(r.status, 2101);
+    r = Compare(a, b, 0x10);
+    EXPECT_EQ(r.result, 1);  // exact: not cut, the whole texts compare
+    EXPECT_EQ(r.status, 2101);
+
+    Image two(2), other(2);
+    two.Add(1, 1, "same").Add(1, 1, "next");
+    other.Add(1, 1, "same").Add(1, 1, "next");
+    r = Compare(two, other, 0x10, 2, 10 + 4);  // four bytes of the second element left
+    EXPECT_EQ(r.result, 0);
+    EXPECT_EQ(r.status, 2101);
+    r = Compare(two, other, 0x10, 2, 3);  // not even a header
+    EXPECT_EQ(r.status, 2101);
+    r = Compare(two, other, 0x10, 3);  // a third element is asked for
+    EXPECT_EQ(r.result, 0);
+    EXPECT_EQ(r.status, 2101);
+    r = Compare(two, other, 0x10, 2);
+    EXPECT_EQ(r.status, 0);
+}
+
+TEST_F(KsStringCompareStored, OldImage)
+{
+    for (uchar format : {1, 2}) {
+        Image a(format), b(format);
+        a.AddOld("abcbcd").AddOld("x").AddOld("");
+        b.AddOld("abcbcd").AddOld("x").AddOld("");
+        Result r = Compare(a, b, 0x10, 3, ~0u, ~0u, true);
+        EXPECT_EQ(r.result, 0);
+        EXPECT_EQ(r.status, 0);
+
+        Image p(format);
+        p.AddOld("a*bcd");
+        r = Compare(a, p, 0, 1, ~0u, ~0u, true);  // native text: the pattern matches
+        EXPECT_EQ(r.result, 0);
+        r = Compare(a, p, 0x10, 1, ~0u, ~0u, true);
+        EXPECT_EQ(r.result, 1);
+
+        r = Compare(a, b, 0, 1, ~0u, 2 + 3, true);  // b cut inside its characters
+        EXPECT_EQ(r.result, 0);
+        EXPECT_EQ(r.status, 2101);
+    }
+}
+
+}  // namespace
