@@ -130,8 +130,8 @@ public:
     // Searching: the first position at or after start where pat matches, or
     // -1. cmpOp is a comparison mode word; without the exact (0x10) and
     // order (0x100) bits every position is tried as a wildcard prefix match
-    // (pat followed by "*"); 65535 means the default mode, matched over
-    // pat's length.
+    // (pat followed by the "any run" wildcard, see SetAsterisk); 65535 means
+    // the default mode, matched over pat's length.
     int Find(const KsString& pat, ushort start = 0, ushort cmpOp = 0xFFFF) const;
     int Find(char c, ushort start = 0, ushort cmpOp = 0xFFFF) const;
     int Find(unsigned short c, ushort start = 0, ushort cmpOp = 0xFFFF) const;
