@@ -11,5 +11,14 @@
 #include "ksmodule.h"
 #include "ksblob.h"
 #include "ksboolean.h"
+#include "ksint64.h"
+#include "ksistring.h"
+#include "ksstrcmp.h"
+#include "ksstringstore.h"
+#include "ksutf8.h"
+#include "ksorder.h"
+#include "kstypcmp.h"
+#include "ksnull.h"
+#include "ksscalartext.h"
 
 #endif

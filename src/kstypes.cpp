@@ -7,14 +7,26 @@
 #include "kstypes.h"
 
 #include <cstring>
+#include <initializer_list>
 #include <new>
 
 #include "ksbase.h"
 #include "ksblobrow.h"
 #include "ksbooleanrow.h"
+#include "ksint64.h"
+#include "ksint64row.h"
+#include "ksistring.h"
+#include "ksistringrow.h"
+#include "ksnull.h"
+#include "ksnullconv.h"
+#include "ksnulltext.h"
+#include "ksscalartext.h"
 #include "ksscalar.h"
+#include "ksstrcmp.h"
 #include "ksstring.h"
 #include "ksstringrow.h"
+#include "ksstringstorerow.h"
+#include "kstypcmp.h"
 #include "kstypes_internal.h"
 
 namespace {
@@ -96,8 +108,8 @@ constexpr RowInfo kRows[KsTypeRowCount] = {
     {"KsRef", "KsREF_T", "(%D:%H-%L#%B, %C)", 16, true, kNone},
     {"KsBlob", "KsBLOB_T", "[BLOB,len=%L]", sizeof(void*), false, kNone},
     {"KsDateTime", "KsDATIME_T", "%a %e.%b %Y %I:%M:%S %p", 8, true, kNone},
-    {"KsIString", "KsISTRING_T", "%s", sizeof(KsString), false, kNoSetNull},
-    {"KsCaseIString", "KsCASEISTRING_T", "%s", sizeof(KsString), false, kNoSetNull},
+    {"KsIString", "KsISTRING_T", "%s", sizeof(KsIString), false, kNoSetNull},
+    {"KsCaseIString", "KsCASEISTRING_T", "%s", sizeof(KsCaseIString), false, kNoSetNull},
     {"d_Date", "D_DATE_T", "%a %b %e", 4, true, kNoSetNull},
     {"d_Time", "D_TIME_T", "%I:%M:%S %p", 6, true, kNoSetNull},
     {"d_Timestamp", "D_TIMESTAMP_T", "%a %b %e %I:%M:%S %p", 10, true, kNoSetNull},
@@ -141,42 +153,42 @@ bool EmptyByDesign(EmptySet set, int slot) {
 // (or PendingSetNull for slot 20) until its kind is completed. Keep this list
 // the single place where the gaps are visible.
 // ---------------------------------------------------------------------------
-#define KS_SCALAR_PENDING(id) \
-    {id, 9}, {id, 10}, {id, 11}, {id, 12}, {id, 13}, {id, 22}, {id, 23}
+#define KS_SCALAR_PENDING(id) {id, 10}, {id, 11}
+#define KS_NULL_PENDING(id) {id, 10}, {id, 11}
 #define KS_ALL_PENDING(id)                                                                      \
     {id, 2}, {id, 3}, {id, 4}, {id, 5}, {id, 6}, {id, 7}, {id, 8}, {id, 9}, {id, 10}, {id, 11}, \
         {id, 12}, {id, 13}, {id, 14}, {id, 15}, {id, 16}, {id, 17}, {id, 18}, {id, 19},        \
         {id, 20}, {id, 22}, {id, 23}, {id, 25}, {id, 26}
 
 constexpr KsPendingSlots kPending[] = {
-    // Scalars: comparators, bounds, hashing, text conversion, print and scan.
+    // Scalars: bounds and hashing.
     KS_SCALAR_PENDING(0), KS_SCALAR_PENDING(1), KS_SCALAR_PENDING(2), KS_SCALAR_PENDING(3),
     KS_SCALAR_PENDING(4), KS_SCALAR_PENDING(5), KS_SCALAR_PENDING(6), KS_SCALAR_PENDING(7),
     KS_SCALAR_PENDING(8), KS_SCALAR_PENDING(9), KS_SCALAR_PENDING(10), KS_SCALAR_PENDING(14),
     KS_SCALAR_PENDING(42), KS_SCALAR_PENDING(43),
-    // Strings: storage, comparison, bounds, hashing, text conversion, translate,
-    // print, scan, get value.
-    {11, 4}, {11, 5}, {11, 6}, {11, 7}, {11, 8}, {11, 9}, {11, 10}, {11, 11}, {11, 12},
-    {11, 13}, {11, 18}, {11, 22}, {11, 23}, {11, 26},
+    // Strings: bounds and hashing.
+    {11, 10}, {11, 11},
     // Dates and times, identity, blobs, case-insensitive strings, ODMG types,
     // 64-bit integers, booleans, null-capable scalars, seals.
     KS_ALL_PENDING(12), KS_ALL_PENDING(13), KS_ALL_PENDING(15), KS_ALL_PENDING(16),
-    KS_ALL_PENDING(17), KS_ALL_PENDING(19), KS_ALL_PENDING(20),
-    KS_ALL_PENDING(21), KS_ALL_PENDING(22), KS_ALL_PENDING(23), KS_ALL_PENDING(24),
-    KS_ALL_PENDING(25), KS_ALL_PENDING(26), KS_ALL_PENDING(28),
-    KS_ALL_PENDING(29), KS_ALL_PENDING(30), KS_ALL_PENDING(31), KS_ALL_PENDING(32),
-    KS_ALL_PENDING(33), KS_ALL_PENDING(34), KS_ALL_PENDING(35), KS_ALL_PENDING(36),
-    KS_ALL_PENDING(37), KS_ALL_PENDING(38), KS_ALL_PENDING(39), KS_ALL_PENDING(40),
-    KS_ALL_PENDING(41), KS_ALL_PENDING(44), KS_ALL_PENDING(45),
-    // Blobs and booleans: hashing and bounds.
-    {18, 10}, {18, 11}, {27, 10}, {27, 11},
+    KS_ALL_PENDING(17), KS_ALL_PENDING(19), KS_ALL_PENDING(22), KS_ALL_PENDING(23),
+    KS_ALL_PENDING(24), KS_ALL_PENDING(25), KS_ALL_PENDING(39), KS_ALL_PENDING(40),
+    KS_ALL_PENDING(41),
+    // Null-capable scalars: bounds and hashing.
+    KS_NULL_PENDING(28), KS_NULL_PENDING(29), KS_NULL_PENDING(30), KS_NULL_PENDING(31),
+    KS_NULL_PENDING(32), KS_NULL_PENDING(33), KS_NULL_PENDING(34), KS_NULL_PENDING(35),
+    KS_NULL_PENDING(36), KS_NULL_PENDING(37), KS_NULL_PENDING(38), KS_NULL_PENDING(44),
+    KS_NULL_PENDING(45),
+    // Blobs, booleans and 64-bit integers: hashing and bounds.
+    {18, 10}, {18, 11}, {27, 10}, {27, 11}, {26, 10}, {26, 11},
+    {20, 10}, {20, 11}, {21, 10}, {21, 11},
 };
 #undef KS_SCALAR_PENDING
+#undef KS_NULL_PENDING
 #undef KS_ALL_PENDING
 
 // Old string row: its own storage, comparison, bounds, hashing, translate.
-constexpr KsPendingSlots kOldStringPending[] = {{11, 4}, {11, 7}, {11, 8}, {11, 9},
-                                                {11, 10}, {11, 11}, {11, 18}};
+constexpr KsPendingSlots kOldStringPending[] = {{11, 10}, {11, 11}};
 
 void** SlotAddress(KsTypeDescriptor& row, int slot) {
     return reinterpret_cast<void**>(&row) + slot;
@@ -227,7 +239,6 @@ void ApplyScalar(KsTypeDescriptor& row, KsScalarKind kind) {
         (row).copy = &Kind##Copy;                        \
         (row).translate = &Kind##Translate;              \
         (row).isNull = &Kind##IsNull;                    \
-        (row).setNull = &Kind##SetNull;                  \
         (row).print = &Kind##PrintToKsString;            \
         (row).scan = &Kind##ScanFromKsString;            \
         (row).defaultValue = &Kind##DefaultValue;        \
@@ -264,7 +275,85 @@ struct Tables {
                        {8, KsScalarKind::Unsigned}, {9, KsScalarKind::Enum},
                        {10, KsScalarKind::UChar}, {14, KsScalarKind::ULong},
                        {42, KsScalarKind::I64},   {43, KsScalarKind::U64}};
-        for (const auto& s : scalars) ApplyScalar(rows[s.id], s.kind);
+        for (const auto& s : scalars) {
+            ApplyScalar(rows[s.id], s.kind);
+            rows[s.id].compare = KsScalarComparator(s.id);
+        }
+        // Text: rows of equal representation share print and scan.
+        static const struct {
+            int id;
+            KsToTextFunc to;
+            KsFromTextFunc from;
+            KsPrintFunc print;
+            KsScanFunc scan;
+        } texts[] = {
+            {0, &CharConvertToKsString, &CharConvertFromKsString, &CharPrintToKsString, &CharScanFromKsString},
+            {10, &O_U1BConvertToKsString, &O_U1BConvertFromKsString, &CharPrintToKsString, &CharScanFromKsString},
+            {1, &ShortConvertToKsString, &ShortConvertFromKsString, &ShortPrintToKsString, &ShortScanFromKsString},
+            {5, &WordConvertToKsString, &WordConvertFromKsString, &ShortPrintToKsString, &ShortScanFromKsString},
+            {2, &LongConvertToKsString, &LongConvertFromKsString, &LongPrintToKsString, &LongScanFromKsString},
+            {6, &ULongConvertToKsString, &ULongConvertFromKsString, &LongPrintToKsString, &LongScanFromKsString},
+            {14, &BlockIdConvertToKsString, &BlockIdConvertFromKsString, &LongPrintToKsString, &LongScanFromKsString},
+            {7, &IntConvertToKsString, &IntConvertFromKsString, &IntPrintToKsString, &IntScanFromKsString},
+            {8, &UnsignedConvertToKsString, &UnsignedConvertFromKsString, &IntPrintToKsString, &IntScanFromKsString},
+            {9, &EnumConvertToKsString, &EnumConvertFromKsString, &IntPrintToKsString, &IntScanFromKsString},
+            {3, &DoubleConvertToKsString, &DoubleConvertFromKsString, &DoublePrintToKsString, &DoubleScanFromKsString},
+            {4, &FloatConvertToKsString, &FloatConvertFromKsString, &FloatPrintToKsString, &FloatScanFromKsString},
+            {42, &O_8BConvertToKsString, &O_8BConvertFromKsString, &O_8BPrintToKsString, &O_8BScanFromKsString},
+            {43, &O_U8BConvertToKsString, &O_U8BConvertFromKsString, &O_U8BPrintToKsString, &O_U8BScanFromKsString},
+        };
+        for (const auto& t : texts) {
+            rows[t.id].toText = t.to;
+            rows[t.id].fromText = t.from;
+            rows[t.id].print = t.print;
+            rows[t.id].scan = t.scan;
+        }
+        for (int id : {28, 29, 30, 31, 32, 33, 34, 35, 36, 37, 38, 44, 45}) {
+            const KsNullRowSlots* n = KsNullSlotsGet(id);
+            KsTypeDescriptor& row = rows[id];
+            row.create = n->create;
+            row.destroy = n->destroy;
+            row.store = n->store;
+            row.load = n->load;
+            row.countSize = n->countSize;
+            row.diskLen = n->diskLen;
+            row.diskLenFile = n->diskLenFile;
+            row.compare = n->compare;
+            row.construct = n->construct;
+            row.destruct = n->destruct;
+            row.assign = n->assign;
+            row.copy = n->copy;
+            row.translate = n->translate;
+            row.isNull = n->isNull;
+            row.setNull = n->setNull;
+            row.defaultValue = n->defaultValue;
+            row.getValue = n->getValue;
+            row.toText = KsNullToTextFunc(id);
+            row.fromText = KsNullFromTextFunc(id);
+        }
+        static const struct {
+            int id;
+            KsPrintFunc print;
+            KsScanFunc scan;
+        } nullTexts[] = {
+            {28, &KsNullCharPrintToKsString, &KsNullCharScanFromKsString},
+            {29, &KsNullUCharPrintToKsString, &KsNullUCharScanFromKsString},
+            {30, &KsNullShortPrintToKsString, &KsNullShortScanFromKsString},
+            {31, &KsNullUShortPrintToKsString, &KsNullUShortScanFromKsString},
+            {32, &KsNullIntPrintToKsString, &KsNullIntScanFromKsString},
+            {33, &KsNullUnsignedPrintToKsString, &KsNullUnsignedScanFromKsString},
+            {34, &KsNullLongPrintToKsString, &KsNullLongScanFromKsString},
+            {35, &KsNullULongPrintToKsString, &KsNullULongScanFromKsString},
+            {36, &KsNullFloatPrintToKsString, &KsNullFloatScanFromKsString},
+            {37, &KsNullDoublePrintToKsString, &KsNullDoubleScanFromKsString},
+            {38, &KsNullKsInt64PrintToKsString, &KsNullKsInt64ScanFromKsString},
+            {44, &KsNull8BPrintToKsString, &KsNull8BScanFromKsString},
+            {45, &KsNullU8BPrintToKsString, &KsNullU8BScanFromKsString},
+        };
+        for (const auto& t : nullTexts) {
+            rows[t.id].print = t.print;
+            rows[t.id].scan = t.scan;
+        }
 
         KsTypeDescriptor& str = rows[KsSTRING_T];
         str.create = &StringCreate;
@@ -276,9 +365,47 @@ struct Tables {
         str.isNull = &StringIsNull;
         str.setNull = &StringSetNull;
         str.defaultValue = &StringDefaultValue;
+        str.compare = &StringCompare;
+        str.store = &StringStore;
+        str.load = &StringLoad;
+        str.countSize = &StringCountSize;
+        str.diskLen = &StringSizeGet;
+        str.diskLenFile = &StringDiskLenFromMemFile;
+        str.toText = &StringConvertToKsString;
+        str.fromText = &StringConvertFromKsString;
+        str.translate = &StringTranslate;
+        str.print = &StringPrintToKsString;
+        str.scan = &StringScanFromKsString;
+        str.getValue = &StringGetValue;
 
         KS_WIRE_ROW(rows[KsBLOB_T], Blob);
+        rows[KsBLOB_T].setNull = &BlobSetNull;
         KS_WIRE_ROW(rows[KsBOOLEAN_T], Boolean);
+        rows[KsBOOLEAN_T].setNull = &BooleanSetNull;
+        KS_WIRE_ROW(rows[KsISTRING_T], KsIString);
+        KS_WIRE_ROW(rows[KsCASEISTRING_T], KsCaseIString);
+
+        KsTypeDescriptor& i64 = rows[KsINT64_T];
+        i64.create = &Int64Create;
+        i64.destroy = &Int64Delete;
+        i64.store = &Int64Store;
+        i64.load = &Int64Load;
+        i64.countSize = &Int64CountSize;
+        i64.diskLen = &Int64DiskLen;
+        i64.diskLenFile = &Int64DiskLenFile;
+        i64.compare = &Int64Compare;
+        i64.toText = &Int64ConvertToKsString;
+        i64.fromText = &Int64ConvertFromKsString;
+        i64.construct = &Int64Construct;
+        i64.destruct = &Int64Destruct;
+        i64.assign = &Int64Assign;
+        i64.copy = &Int64Copy;
+        i64.translate = &Int64Translate;
+        i64.isNull = &ScalarIsNull;
+        i64.print = &Int64Print;
+        i64.scan = &Int64Scan;
+        i64.defaultValue = &Int64DefaultValue;
+        i64.getValue = &Int64GetValue;
 
         for (const KsPendingSlots& p : kPending) PutInert(rows[p.id], p.slot);
         for (int id = 0; id < KsTypeRowCount - 1; ++id)
@@ -293,6 +420,11 @@ struct Tables {
         oldString.isNull = &ScalarIsNull;
         oldString.setNull = nullptr;
         oldString.getValue = &ResGetValue;
+        oldString.compare = &StringCompareOld;
+        oldString.store = &StringStoreOld;
+        oldString.diskLen = &StringDiskLenOld;
+        oldString.diskLenFile = &StringDiskLenFromMemFileOld;
+        oldString.translate = &StringTranslateOld;
 
         for (int i = 0; i < 256; ++i) {
             const int row = i - 128;

@@ -6,7 +6,9 @@
 #include <string>
 #include <vector>
 
+#include "codec.h"
 #include "kstypemgr.h"
+#include "ksutf8.h"
 
 namespace {
 
@@ -20,7 +22,17 @@ int Usage(std::FILE* out) {
         "  help    this text\n"
         "  types   both type tables: id, name, id name, default format, size, fixed,\n"
         "          and which of the slots 2 to 27 are filled\n"
-        "  demo    a short walk-through of what the library does\n",
+        "  demo    a short walk-through of what the library does\n"
+        "  encode TYPE [--order msb|lsb|native] [--codeset C] [--language L] VALUE...\n"
+        "          the stored image of the values, in hex (blob values are hex)\n"
+        "  decode TYPE [--order msb|lsb|native] [--count N] HEX\n"
+        "          the values of a stored image\n"
+        "  compare TYPE [--mode M] [--language L] [--codeset C] A B\n"
+        "          the comparator's result and status for two values\n"
+        "\n"
+        "TYPE is a type name (KsString, o_4b, KsNull_int ...), an id name\n"
+        "(KsSTRING_T) or an id. Texts are UTF-8; strings are held in code set C\n"
+        "(default 1, ISO-8859-1) and language L (default 0).\n",
         out);
     return 0;
 }
@@ -80,6 +92,16 @@ std::string Hex(const void* p, std::size_t n) {
         s += buf;
     }
     return s;
+}
+
+// A string for the terminal, which reads UTF-8.
+std::string Utf8(const KsString& s) {
+    char* buf = nullptr;
+    int size = 0;
+    const int n = KsString2MultiByteString(s, buf, size);
+    std::string out = n >= 0 && buf ? std::string(buf, static_cast<std::size_t>(n)) : std::string(s.StrGet());
+    ::operator delete(buf);
+    return out;
 }
 
 std::string Describe(const KsString& s) {
@@ -165,7 +187,46 @@ int Demo(int argc, char**) {
     n = mgr.Translate(Ks2B_T, image, 1, sizeof image, shorts, 8, 0, 4);
     std::printf("the same, least significant byte first:         %s (%u bytes)\n",
                 Hex(image, n).c_str(), n);
-    std::printf("null print string: \"%s\"\n", KsTypeMgr::GetNullPrintString().StrGet());
+    std::printf("null print string: \"%s\"\n\n", KsTypeMgr::GetNullPrintString().StrGet());
+
+    std::printf("== values, images and comparisons\n");
+    struct {
+        char id;
+        const char* text;
+    } samples[] = {{KsSTRING_T, "Stra\xdf" "e"}, {KsINT64_T, "-1234567890123"},
+                   {KsNULL_INT_T, "{NULL}"}, {KsNULL_INT_T, "42"},
+                   {KsBOOLEAN_T, "TRUE"}, {KsDOUBLE_T, "ldexp(0.75, 3)"}};
+    for (const auto& sample : samples) {
+        void* value = mgr.Create(sample.id, 1);
+        KsString in(sample.text);
+        in.SetCodeSetCode(KS_CS_ISO8859_1);
+        mgr.ScanFromKsString(sample.id, value, in);
+        unsigned char img[64];
+        const uint size = mgr.StorePtrGet(sample.id)
+                              ? mgr.Store(sample.id, img, value, 2, 1)
+                              : mgr.Translate(sample.id, img, 2, sizeof img, value, 8, 0, 1);
+        KsString out;
+        mgr.PrintToKsString(sample.id, out, value);
+        std::printf("%-14s %-16s prints %-16s stored (msb first) %s\n", mgr.NameGet(sample.id, nullptr),
+                    Utf8(in).c_str(), Utf8(out).c_str(), Hex(img, size).c_str());
+        mgr.Delete(sample.id, value, 1);
+    }
+    struct {
+        const char* a;
+        const char* b;
+        ushort mode;
+    } pairs[] = {{"apfel", "Apfel", 0x10}, {"Apfel", "\xc4pfel", 0x10}, {"\xc4pfel", "Birne", 0x10},
+                 {"Stra\xdf" "e", "Strasse", 0}, {"Apfelbaum", "Apf*", 0}, {"Apfelbaum", "A?fel*", 0}};
+    for (const auto& p : pairs) {
+        KsString a(p.a), b(p.b);
+        a.SetCodeSetCode(KS_CS_ISO8859_1);
+        b.SetCodeSetCode(KS_CS_ISO8859_1);
+        a.SetLanguage(2);
+        b.SetLanguage(2);
+        int status = 0;
+        const int r = mgr.Cmp(KsSTRING_T, 0, &a, 0, &b, p.mode, 1, 8, status);
+        std::printf("German, mode 0x%03x: %-10s vs %-8s -> %2d\n", p.mode, Utf8(a).c_str(), Utf8(b).c_str(), r);
+    }
 
     ___KsTypemgrContext(0);
     return 0;
@@ -182,5 +243,8 @@ int main(int argc, char** argv) {
     if (cmd == "help" || cmd == "--help" || cmd == "-h") return Usage(stdout);
     if (cmd == "types") return Types(argc, argv);
     if (cmd == "demo") return Demo(argc, argv);
+    if (cmd == "encode") return KstmEncode(argc, argv);
+    if (cmd == "decode") return KstmDecode(argc, argv);
+    if (cmd == "compare") return KstmCompare(argc, argv);
     return Fail("unknown command '" + cmd + "' (try 'kstm help')");
 }
