@@ -11,8 +11,10 @@
 
 #include "ksbase.h"
 #include "ksblobrow.h"
+#include "ksimageutil.h"
 #include "ksstring.h"
 #include "ksstringrow.h"
+#include "kstextutil.h"
 #include "kstypes.h"
 
 namespace {
@@ -564,14 +566,7 @@ uint BlobTranslate(void* dst, uchar dstFormat, uint dstLen, void* src, uchar src
         return BlobStore(dst, src, dstFormat & 15, count);
     }
     if (!dstMem) {
-        // Stored to stored: the bytes as they are, truncated or zero-padded.
-        if (srcLen > dstLen) {
-            std::memcpy(dst, src, dstLen);
-            return dstLen;
-        }
-        if (srcLen < dstLen) std::memset(dst, 0, dstLen);
-        std::memcpy(dst, src, srcLen);
-        return srcLen;
+        return KsCopyStoredImage(dst, dstLen, src, srcLen);  // bytes unchanged
     }
     if (!srcMem) {
         return srcLen ? BlobLoadBounded(dst, src, srcLen, srcFormat & 15, count)
@@ -588,29 +583,6 @@ namespace {
 
 // KsString's size limit: 65532 bytes with the terminator, two digits a byte.
 constexpr int kMaxHexBytes = (65532 - 1) / 2;
-
-// A text's characters as single bytes: a string held in a 16-bit code set is
-// converted first.
-class SingleByte {
-public:
-    explicit SingleByte(const KsString& s) : text_(&s) {
-        if (s.Width() == 2) {
-            converted_.CopyMapped(s, KsString::GetDefault8CodeSet());
-            text_ = &converted_;
-        }
-    }
-    const char* Chars() const { return text_->StrGet(); }
-    std::size_t Len() const { return text_->Len(); }
-
-private:
-    const KsString* text_;
-    KsString converted_;
-};
-
-bool BeginsWithNullPrint(const SingleByte& text) {
-    const SingleByte null(KsTypeMgr::GetNullPrintString());
-    return text.Len() >= null.Len() && std::memcmp(text.Chars(), null.Chars(), null.Len()) == 0;
-}
 
 int HexDigit(char c) {
     if (c >= '0' && c <= '9') return c - '0';
@@ -635,8 +607,8 @@ void HexText(KsString& out, const KsBlob& blob) {
 }
 
 void ScanText(KsBlob& blob, const KsString& in) {
-    const SingleByte text(in);
-    if (BeginsWithNullPrint(text)) {
+    const KsSingleByte text(in);
+    if (text.BeginsWithNullPrint()) {
         blob.SetNullValue();
         return;
     }

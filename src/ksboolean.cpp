@@ -7,8 +7,10 @@
 
 #include "ksbase.h"
 #include "ksbooleanrow.h"
+#include "ksimageutil.h"
 #include "ksstring.h"
 #include "ksstringrow.h"
+#include "kstextutil.h"
 #include "kstypes.h"
 
 namespace {
@@ -145,16 +147,8 @@ uint BooleanDiskLenFromMemFile(MemFile*, uchar, uint count) { return count; }
 
 uint BooleanTranslate(void* dst, uchar dstFormat, uint dstLen, void* src, uchar srcFormat,
                       uint srcLen, uint count) {
-    if (!(dstFormat & 8) && !(srcFormat & 8)) {
-        // Stored to stored: truncate or zero-pad to the destination.
-        if (srcLen > dstLen) {
-            std::memcpy(dst, src, dstLen);
-            return dstLen;
-        }
-        if (srcLen < dstLen) std::memset(dst, 0, dstLen);
-        std::memcpy(dst, src, srcLen);
-        return srcLen;
-    }
+    if (!(dstFormat & 8) && !(srcFormat & 8))
+        return KsCopyStoredImage(dst, dstLen, src, srcLen);  // bytes unchanged
     return BooleanStore(dst, src, 0, count);
 }
 
@@ -191,24 +185,6 @@ int BooleanCompare(uchar, uint lenA, void* a, uint lenB, void* b, ushort, uint c
 // ---------------------------------------------------------------------------
 namespace {
 
-// A text's characters as single bytes: a string held in a 16-bit code set is
-// converted first.
-class SingleByte {
-public:
-    explicit SingleByte(const KsString& s) : text_(&s) {
-        if (s.Width() == 2) {
-            converted_.CopyMapped(s, KsString::GetDefault8CodeSet());
-            text_ = &converted_;
-        }
-    }
-    const char* Chars() const { return text_->StrGet(); }
-    std::size_t Len() const { return text_->Len(); }
-
-private:
-    const KsString* text_;
-    KsString converted_;
-};
-
 void PrintOne(KsString& out, uchar v) {
     if (v == KsBoolean::Null)
         out = KsTypeMgr::GetNullPrintString();
@@ -217,10 +193,8 @@ void PrintOne(KsString& out, uchar v) {
 }
 
 uchar ScanOne(const KsString& in) {
-    const SingleByte text(in);
-    const SingleByte null(KsTypeMgr::GetNullPrintString());
-    if (text.Len() >= null.Len() && std::memcmp(text.Chars(), null.Chars(), null.Len()) == 0)
-        return KsBoolean::Null;
+    const KsSingleByte text(in);
+    if (text.BeginsWithNullPrint()) return KsBoolean::Null;
     static const char* const kTrue[] = {"T", "t", "TRUE", "true", "1"};
     for (const char* t : kTrue)
         if (text.Len() == std::strlen(t) && std::memcmp(text.Chars(), t, text.Len()) == 0)

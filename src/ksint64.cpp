@@ -10,9 +10,11 @@
 #include <new>
 
 #include "ksbase.h"
+#include "ksimageutil.h"
 #include "ksint64row.h"
 #include "ksstring.h"
 #include "ksstringrow.h"
+#include "kstextutil.h"
 #include "kstypcmp.h"
 
 namespace {
@@ -247,15 +249,8 @@ KsString& KsInt64::PrintToKsString(KsString& out, const char* format) const {
 void KsInt64::ScanFromKsString(const KsString& text, const char* format) {
     const char* f = format ? format : "%S";
     KsU64 value;
-    bool ok;
-    if (text.Width() == 2) {
-        // Scanning works on single-byte text.
-        KsString narrow;
-        narrow.CopyMapped(text, 0);
-        ok = ScanText(narrow.StrGet(), narrow.Len(), f, value);
-    } else {
-        ok = ScanText(text.StrGet(), text.Len(), f, value);
-    }
+    const KsSingleByte narrow(text, 0);  // scanning works on single-byte text
+    const bool ok = ScanText(narrow.Chars(), narrow.Len(), f, value);
     *this = ok ? KsInt64(value) : KsInt64(-1);
 }
 
@@ -307,17 +302,6 @@ void* Allocate(std::size_t bytes) {
 // Arrays of two or more: [count: 4 bytes][4 bytes padding][values...]. The
 // padding keeps the values 8-byte aligned for readers that load them whole.
 constexpr std::size_t kArrayHeader = 8;
-
-// Stored -> stored never reorders bytes: truncate or zero-pad to dstLen.
-uint CopyStored(void* dst, uint dstLen, const void* src, uint srcLen) {
-    if (srcLen > dstLen) {
-        std::memcpy(dst, src, dstLen);
-        return dstLen;
-    }
-    if (srcLen < dstLen) std::memset(dst, 0, dstLen);
-    std::memcpy(dst, src, srcLen);
-    return srcLen;
-}
 
 // Stored image of each value: [low word][high word], 4 bytes each, through
 // the base library's swap (its own inverse, so it serves both directions).
@@ -403,7 +387,7 @@ uint Int64Translate(void* dst, uchar dstFormat, uint dstLen, void* src, uchar sr
     const bool srcMem = srcFormat & 8;
     if (!dstMem) {
         if (srcMem) return Int64Store(dst, src, dstFormat, count);
-        return CopyStored(dst, dstLen, src, srcLen);
+        return KsCopyStoredImage(dst, dstLen, src, srcLen);
     }
     if (!srcMem) return Int64Load(dst, src, srcFormat, count);
     if (count) std::memmove(dst, src, std::size_t(count) * sizeof(KsInt64));

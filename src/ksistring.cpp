@@ -10,8 +10,10 @@
 #include <string>
 
 #include "ksbase.h"
+#include "ksimageutil.h"
 #include "ksistringrow.h"
 #include "ksstring.h"
+#include "kstextutil.h"
 #include "kstypes.h"
 
 // ---------------------------------------------------------------------------
@@ -689,14 +691,7 @@ uint TranslateT(void* dst, uchar dstFormat, uint dstLen, void* src, uchar srcFor
         return StoreT<T>(dst, src, dstFormat, count);
     }
     if (!dstMem) {
-        // Stored to stored: truncate or zero-pad to the destination.
-        if (srcLen > dstLen) {
-            std::memcpy(dst, src, dstLen);
-            return dstLen;
-        }
-        if (srcLen < dstLen) std::memset(dst, 0, dstLen);
-        std::memcpy(dst, src, srcLen);
-        return srcLen;
+        return KsCopyStoredImage(dst, dstLen, src, srcLen);  // bytes unchanged
     }
     if (!srcMem)
         return LoadBoundedT<T>(dst, src, srcLen ? srcLen : 0xFFFFFFFFu, srcFormat, count, map);
@@ -751,22 +746,6 @@ uint DiskLenFromFile(MemFile* file, uchar byteOrder, uint count) {
     return KsIStringImageSize(file->Current(), file->Remaining(), byteOrder, count);
 }
 
-// A text's characters as single bytes: a 16-bit string is converted first.
-class SingleByte {
-public:
-    explicit SingleByte(const KsString& s) : text_(&s) {
-        if (s.Width() == 2) {
-            converted_.CopyMapped(s, KsString::GetDefault8CodeSet());
-            text_ = &converted_;
-        }
-    }
-    const char* Chars() const { return text_->StrGet(); }
-
-private:
-    const KsString* text_;
-    KsString converted_;
-};
-
 template <class T>
 KsTypeConvertData* ToTextT(void* values, uint count) {
     KsString* strings = new (std::nothrow) KsString[count ? count : 1];
@@ -783,7 +762,7 @@ void* FromTextT(KsTypeConvertData* text, uint count) {
     if (!values) return nullptr;
     for (uint i = 0; i < count; ++i) {
         const KsString* s = text ? text->GetString(int(i)) : nullptr;
-        if (s && !s->IsNullValue()) values[i] = SingleByte(*s).Chars();
+        if (s && !s->IsNullValue()) values[i] = KsSingleByte(*s).Chars();
     }
     return values;
 }
@@ -834,7 +813,7 @@ KsString& PrintT(KsString& out, void* value, const char* format, uint count) {
 template <class T>
 void* ScanT(void* value, KsString& in, const char* format) {
     if (!value) return nullptr;
-    const SingleByte text(in);
+    const KsSingleByte text(in);
     T& v = *Values<T>(value);
     if (!format || std::strcmp(format, "%s") == 0) {
         v = text.Chars();

@@ -9,6 +9,7 @@
 #include <type_traits>
 
 #include "ksbase.h"
+#include "ksimageutil.h"
 #include "kstypcmp.h"
 
 namespace {
@@ -76,19 +77,6 @@ bool StepUp(V& v) {
         v = static_cast<V>(v + 1);
     }
     return true;
-}
-
-// Stored-to-stored translation never reorders bytes: it truncates or pads
-// with zeros to the destination length.
-uint CopyStored(void* dst, uint dstLen, const void* src, uint srcLen) {
-    if (!dst || !src) return 0;
-    if (srcLen > dstLen) {
-        std::memcpy(dst, src, dstLen);
-        return dstLen;
-    }
-    if (srcLen < dstLen) std::memset(dst, 0, dstLen);
-    std::memcpy(dst, src, srcLen);
-    return srcLen;
 }
 
 template <typename E, StoreRoutine Put, SizeRoutine Size, SizeRoutine NullSize>
@@ -212,7 +200,8 @@ struct Row {
         const bool srcMem = srcFormat & 8;
         if (!dstMem) {
             if (srcMem) return Store(dst, src, dstFormat & 15, count);
-            return CopyStored(dst, dstLen, src, srcLen);
+            if (!dst || !src) return 0;  // a missing buffer copies nothing
+            return KsCopyStoredImage(dst, dstLen, src, srcLen);
         }
         if (!srcMem) {
             if (Load(dst, src, srcFormat & 15, count) == 0) return 0;

@@ -10,24 +10,16 @@
 #include "ksnull.h"
 #include "ksscalartext.h"
 #include "ksstring.h"
+#include "kstextutil.h"
 #include "kstypes.h"
 
 namespace {
 
-std::string SingleByteText(const KsString& s) {
-    if (s.Width() == 1) return std::string(s.StrGet(), s.Len());
-    KsString narrow;
-    narrow.CopyMapped(s, 1);
-    return std::string(narrow.StrGet(), narrow.Len());
-}
-
 // Empty text, or text beginning with the whole null print string (compared
-// byte for byte, both in single-byte form).
+// byte for byte, both in single-byte form; wide strings through code set 1).
 bool IsNullText(const KsString& in) {
-    const std::string text = SingleByteText(in);
-    if (text.empty()) return true;
-    const std::string mark = SingleByteText(KsTypeMgr::GetNullPrintString());
-    return text.size() >= mark.size() && text.compare(0, mark.size(), mark) == 0;
+    const KsSingleByte text(in, 1);
+    return text.Len() == 0 || text.BeginsWithNullPrint();
 }
 
 // Replaces the text of `out` with the null print string, keeping out's code

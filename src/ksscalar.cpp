@@ -7,6 +7,7 @@
 #include <type_traits>
 
 #include "ksbase.h"
+#include "ksimageutil.h"
 
 int ScalarIsNull(void*) { return 0; }
 
@@ -52,18 +53,6 @@ uint DiskLenFile(MemFile*, uchar format, uint count) {
     return Size(nullptr, 8, format & 15, count);
 }
 
-// Stored-to-stored translation never reorders bytes: it truncates or pads
-// with zeros to the destination length.
-uint CopyStored(void* dst, uint dstLen, const void* src, uint srcLen) {
-    if (srcLen > dstLen) {
-        std::memcpy(dst, src, dstLen);
-        return dstLen;
-    }
-    if (srcLen < dstLen) std::memset(dst, 0, dstLen);
-    std::memcpy(dst, src, srcLen);
-    return srcLen;
-}
-
 template <typename T, StoreRoutine Store>
 uint Translate(void* dst, uchar dstFormat, uint dstLen, void* src, uchar srcFormat, uint srcLen,
                uint count) {
@@ -71,7 +60,7 @@ uint Translate(void* dst, uchar dstFormat, uint dstLen, void* src, uchar srcForm
     const bool srcMem = srcFormat & 8;
     if (!dstMem) {
         if (srcMem) return Store(dst, src, dstFormat & 15, count);
-        return CopyStored(dst, dstLen, src, srcLen);
+        return KsCopyStoredImage(dst, dstLen, src, srcLen);
     }
     if (!srcMem) return Store(dst, src, srcFormat, count);  // the swap reads the image back
     if (count) std::memmove(dst, src, sizeof(T) * count);

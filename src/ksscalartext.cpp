@@ -17,6 +17,7 @@
 #include "ksscalar.h"
 #include "ksstring.h"
 #include "ksstringrow.h"
+#include "kstextutil.h"
 
 namespace {
 
@@ -236,14 +237,10 @@ int ScanPieces(const char* text, const std::vector<KsFormatPiece>& pieces, const
 // Texts in and out.
 // ---------------------------------------------------------------------------
 
-// The characters of `in` as single-byte text, NUL-terminated and bounded by
-// the string's length (a buffer without terminator is read no further).
-std::string SingleByteText(const KsString& in) {
-    if (in.Width() == 1) return std::string(in.StrGet(), in.Len());
-    KsString narrow;
-    narrow.CopyMapped(in, 1);
-    return std::string(narrow.StrGet(), narrow.Len());
-}
+// The characters of `in` as single-byte text (a wide string through code set
+// 1), bounded by the string's length: a buffer without terminator is read no
+// further.
+std::string SingleByteText(const KsString& in) { return KsSingleByteText(in, 1); }
 
 // Replaces the text of `out`, keeping its code set and language (a null
 // string takes the defaults instead, so the result is not null).

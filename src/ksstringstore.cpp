@@ -10,6 +10,7 @@
 
 #include "ksbase.h"
 #include "ksi18n.h"
+#include "ksimageutil.h"
 #include "ksstring.h"
 #include "kstypes.h"
 
@@ -209,17 +210,7 @@ uint Translate(StoreFunc store, MemSizeFunc memSize, void* dst, uchar dstFormat,
         return store(dst, src, dstFormat & 15, count);
     }
     if (!dstMem) {
-        // Stored to stored: the bytes as they are, truncated or zero-padded.
-        if (srcLen > dstLen) {
-            if (dstLen)
-                std::memcpy(dst, src, dstLen);
-            return dstLen;
-        }
-        if (srcLen < dstLen)
-            std::memset(dst, 0, dstLen);
-        if (srcLen)
-            std::memcpy(dst, src, srcLen);
-        return srcLen;
+        return KsCopyStoredImage(dst, dstLen, src, srcLen);  // bytes unchanged
     }
     if (!srcMem)
         return srcLen ? StringLoadBounded(dst, src, srcLen, srcFormat & 15, count)

@@ -11,6 +11,7 @@
 #include "ksbase.h"
 #include "ksblobrow.h"
 #include "ksstring.h"
+#include "kstest_util.h"
 #include "kstypes.h"
 
 namespace {
@@ -32,16 +33,6 @@ std::string S(const KsBlob& b) {
 }
 
 std::string Text(const KsString& s) { return s.StrGet(); }
-
-// Keeps the process-wide null print string as the test found it.
-class NullPrintGuard {
-public:
-    NullPrintGuard() : saved_(KsTypeMgr::GetNullPrintString()) {}
-    ~NullPrintGuard() { KsTypeMgr::SetNullPrintString(saved_); }
-
-private:
-    KsString saved_;
-};
 
 // ---------------------------------------------------------------------------
 // Members.

@@ -10,6 +10,7 @@
 
 #include "ksbooleanrow.h"
 #include "ksstring.h"
+#include "kstest_util.h"
 #include "kstypes.h"
 
 namespace {
@@ -35,15 +36,6 @@ KsBoolean Null() {
 }
 
 std::string Text(const KsString& s) { return s.StrGet(); }
-
-class NullPrintGuard {
-public:
-    NullPrintGuard() : saved_(KsTypeMgr::GetNullPrintString()) {}
-    ~NullPrintGuard() { KsTypeMgr::SetNullPrintString(saved_); }
-
-private:
-    KsString saved_;
-};
 
 TEST(KsBooleanTest, ConstructionStoresZeroOrOne) {
     struct Case {

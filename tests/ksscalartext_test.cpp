@@ -20,6 +20,7 @@
 #include "ksnulltext.h"
 #include "ksscalar.h"
 #include "ksstring.h"
+#include "kstest_util.h"
 #include "kstypes.h"
 
 namespace {
@@ -38,15 +39,6 @@ KsString Wide(const char* s) {
     units.push_back(0);
     return KsString(units.data());
 }
-
-class NullPrintGuard {
-public:
-    NullPrintGuard() : saved_(KsTypeMgr::GetNullPrintString()) {}
-    ~NullPrintGuard() { KsTypeMgr::SetNullPrintString(saved_); }
-
-private:
-    KsString saved_;
-};
 
 TEST(KsScalarTextTest, FormatTranslation) {
     struct Case {

@@ -129,25 +129,6 @@ KsString FromUtf8(const std::string& text, const Options& o) {
     return out;
 }
 
-std::string ToUtf8(const KsString& s) {
-    char* buf = nullptr;
-    int size = 0;
-    const int n = KsString2MultiByteString(s, buf, size);
-    std::string out = n >= 0 && buf ? std::string(buf, static_cast<std::size_t>(n)) : std::string(s.StrGet());
-    ::operator delete(buf);
-    return out;
-}
-
-std::string Hex(const unsigned char* p, std::size_t n) {
-    static const char digits[] = "0123456789abcdef";
-    std::string s;
-    for (std::size_t i = 0; i < n; ++i) {
-        s += digits[p[i] >> 4];
-        s += digits[p[i] & 15];
-    }
-    return s;
-}
-
 bool ParseHex(const std::string& text, std::vector<unsigned char>& out) {
     std::string digits;
     for (char c : text)
@@ -213,6 +194,27 @@ int Fail(const std::string& message) {
 
 }  // namespace
 
+std::string KstmUtf8(const KsString& s) {
+    char* buf = nullptr;
+    int size = 0;
+    const int n = KsString2MultiByteString(s, buf, size);
+    std::string out = n >= 0 && buf ? std::string(buf, static_cast<std::size_t>(n)) : std::string(s.StrGet());
+    ::operator delete(buf);
+    return out;
+}
+
+std::string KstmHex(const void* p, std::size_t n, const char* separator) {
+    static const char digits[] = "0123456789abcdef";
+    const unsigned char* bytes = static_cast<const unsigned char*>(p);
+    std::string s;
+    for (std::size_t i = 0; i < n; ++i) {
+        if (i) s += separator;
+        s += digits[bytes[i] >> 4];
+        s += digits[bytes[i] & 15];
+    }
+    return s;
+}
+
 int KstmEncode(int argc, char** argv) {
     Options o;
     std::string error;
@@ -240,7 +242,7 @@ int KstmEncode(int argc, char** argv) {
         return Fail(std::string("type ") + mgr.NameGet(id, nullptr) + " has no stored image");
     }
     if (n == 0 || n > image.size()) return Fail("the values could not be stored");
-    std::printf("%s\n", Hex(image.data(), n).c_str());
+    std::printf("%s\n", KstmHex(image.data(), n).c_str());
     return 0;
 }
 
@@ -295,7 +297,7 @@ int KstmDecode(int argc, char** argv) {
             KsString out;
             mgr.PrintToKsString(id, out, values.At(i), nullptr, 1);
             if (mgr.IsNullValue(id, values.At(i))) out = KsTypeMgr::GetNullPrintString();
-            std::printf("%s%s", first ? "" : "\n", ToUtf8(out).c_str());
+            std::printf("%s%s", first ? "" : "\n", KstmUtf8(out).c_str());
             first = false;
         }
         pos += need;

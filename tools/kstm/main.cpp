@@ -83,26 +83,8 @@ int Types(int argc, char**) {
     return 0;
 }
 
-std::string Hex(const void* p, std::size_t n) {
-    std::string s;
-    char buf[4];
-    for (std::size_t i = 0; i < n; ++i) {
-        std::snprintf(buf, sizeof buf, "%02x", static_cast<const unsigned char*>(p)[i]);
-        if (i) s += ' ';
-        s += buf;
-    }
-    return s;
-}
-
-// A string for the terminal, which reads UTF-8.
-std::string Utf8(const KsString& s) {
-    char* buf = nullptr;
-    int size = 0;
-    const int n = KsString2MultiByteString(s, buf, size);
-    std::string out = n >= 0 && buf ? std::string(buf, static_cast<std::size_t>(n)) : std::string(s.StrGet());
-    ::operator delete(buf);
-    return out;
-}
+// Bytes spaced for reading.
+std::string Hex(const void* p, std::size_t n) { return KstmHex(p, n, " "); }
 
 std::string Describe(const KsString& s) {
     char head[64];
@@ -208,7 +190,7 @@ int Demo(int argc, char**) {
         KsString out;
         mgr.PrintToKsString(sample.id, out, value);
         std::printf("%-14s %-16s prints %-16s stored (msb first) %s\n", mgr.NameGet(sample.id, nullptr),
-                    Utf8(in).c_str(), Utf8(out).c_str(), Hex(img, size).c_str());
+                    KstmUtf8(in).c_str(), KstmUtf8(out).c_str(), Hex(img, size).c_str());
         mgr.Delete(sample.id, value, 1);
     }
     struct {
@@ -225,7 +207,8 @@ int Demo(int argc, char**) {
         b.SetLanguage(2);
         int status = 0;
         const int r = mgr.Cmp(KsSTRING_T, 0, &a, 0, &b, p.mode, 1, 8, status);
-        std::printf("German, mode 0x%03x: %-10s vs %-8s -> %2d\n", p.mode, Utf8(a).c_str(), Utf8(b).c_str(), r);
+        std::printf("German, mode 0x%03x: %-10s vs %-8s -> %2d\n", p.mode, KstmUtf8(a).c_str(),
+                    KstmUtf8(b).c_str(), r);
     }
 
     ___KsTypemgrContext(0);
