@@ -896,9 +896,10 @@ int CompareElements(uchar format, uint lenA, void* a, uint lenB, void* b, ushort
         return 0;
     const uchar fmt = format & 0x0F;
     const bool memory = fmt == 8;
-    // Fewer bytes than this left after an element cannot hold the next one
-    // (the old image's header is 2 bytes, the current one's 4).
-    const uint minLeft = memory ? uint(sizeof(KsString)) : old ? 3u : 5u;
+    // Fewer than 5 bytes left after an element count as a short operand, in
+    // the old image too (where a trailing empty text takes only 3); in memory
+    // the limit is one whole KsString, so nothing past the array is read.
+    const uint minLeft = memory ? uint(sizeof(KsString)) : 5u;
     Side sa{static_cast<const uchar*>(a), lenA, lenA != 0};
     Side sb{static_cast<const uchar*>(b), lenB, lenB != 0};
 

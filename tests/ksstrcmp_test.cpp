@@ -480,9 +480,13 @@ TEST_F(KsStringCompareStored, OldImage)
         Image a(format), b(format);
         a.AddOld("abcbcd").AddOld("x").AddOld("");
         b.AddOld("abcbcd").AddOld("x").AddOld("");
-        Result r = Compare(a, b, 0x10, 3, ~0u, ~0u, true);
+        Result r = Compare(a, b, 0x10, 2, ~0u, ~0u, true);
         EXPECT_EQ(r.result, 0);
         EXPECT_EQ(r.status, 0);
+        // Fewer than 5 bytes left count as short, even for the 3-byte empty text.
+        r = Compare(a, b, 0x10, 3, ~0u, ~0u, true);
+        EXPECT_EQ(r.result, 0);
+        EXPECT_EQ(r.status, 2101);
 
         Image p(format);
         p.AddOld("a*bcd");
