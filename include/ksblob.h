@@ -17,7 +17,8 @@ static_assert(sizeof(KsBlobData) == (sizeof(void*) == 4 ? 8 : 16), "KsBlobData l
 
 class KSTM_API KsBlob {
 public:
-    // What Search answers when the pattern is absent (also past offset 65535).
+    // What Search answers when the pattern is absent, even for blobs longer
+    // than 65535 bytes (a match further in still answers its offset).
     static constexpr int NotFound = 65535;
 
     KsBlob();                               // empty, not null
@@ -59,8 +60,8 @@ public:
         return *this;
     }
 
-    // The byte at `offset` when n > 0 and [offset, offset + n) lies inside;
-    // else null.
+    // The byte at `offset` when n is not 0, offset + n does not exceed the
+    // length and `offset` is a byte of the blob; else null.
     unsigned char* Seek(int offset, int n);
     // Copies the first n bytes of `from` (clipped to its length) to `offset`,
     // clipped to this blob's length; never grows this blob.

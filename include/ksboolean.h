@@ -34,7 +34,8 @@ public:
     int operator<(const KsBoolean& other) const;
     int operator>(const KsBoolean& other) const;
     // Against an int's truth; a null answers 0 to == and >, and < treats the
-    // int as a KsBoolean (so a null is less than any int).
+    // int as a KsBoolean (so a null is less than any int). > compares the
+    // byte itself with 1 or 0, so a foreign byte is greater than any int.
     int operator==(int v) const;
     int operator<(int v) const;
     int operator>(int v) const;

@@ -99,7 +99,7 @@ public:
     // then "0x"/"0X" (hex) or a leading "0" (octal) or neither (decimal);
     // %x/%X need hex, %d/%i decimal, %o octal, %S takes any. Digits run up to
     // the character that follows the directive in the format; a "%" before
-    // any other character matches itself and that character. Any mismatch
+    // any other character matches only itself ("%%d" reads "%12"). Any mismatch
     // sets the value to -1. Surplus text is ignored; with no directive met
     // the value is 0. Example: "12;" under "%S;" -> 12; "0x1F" under "%d" -> -1.
     void ScanFromKsString(const KsString& text, const char* format);

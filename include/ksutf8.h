@@ -63,8 +63,9 @@ KSTM_API int KsMBSLength(const KsString& s, unsigned short maxChars);
 // Encodes s into out. With a caller buffer (out not null and size > 0) the
 // text goes there when it fits, as KsString2KsMBS writes it: encoded text
 // that fills the buffer exactly has no terminator. When it does not fit,
-// size is set to the bytes needed (terminator included) and -1 returned,
-// with the buffer's contents undefined. With no caller
+// size is set to the bytes of the text (terminator not included, so a
+// buffer must be larger than that) and -1 returned, with the buffer's
+// contents undefined. With no caller
 // buffer, out is allocated with ::operator new (free it with ::operator
 // delete) to hold the text and its terminator, and size is set to that.
 // Returns the bytes of the text, or -1.

@@ -195,8 +195,10 @@ void KsBlob::Append(const void* bytes, int n) {
 
 void KsBlob::Append(const KsBlob& other) { Append(other.Data(), other.Length()); }
 
+// A negative n passes as long as offset + n stays within the length; the
+// offset itself must still name a byte of the blob.
 unsigned char* KsBlob::Seek(int offset, int n) {
-    if (!rec_ || n <= 0 || offset < 0) return nullptr;
+    if (!rec_ || n == 0 || offset < 0 || offset >= rec_->length) return nullptr;
     if (static_cast<long long>(offset) + n > rec_->length) return nullptr;
     return rec_->data + offset;
 }

@@ -49,9 +49,11 @@ int KsBoolean::operator==(int v) const {
 
 int KsBoolean::operator<(int v) const { return *this < KsBoolean(v); }
 
+// The byte itself against 1 or 0: a foreign byte (2..254) is greater than
+// true here, unlike everywhere else.
 int KsBoolean::operator>(int v) const {
     if (IsNullValue()) return 0;
-    return Truth(value_) > (v ? 1 : 0) ? 1 : 0;
+    return value_ > (v ? 1 : 0) ? 1 : 0;
 }
 
 // ---------------------------------------------------------------------------

@@ -175,16 +175,12 @@ bool ScanText(const char* t, std::size_t n, const char* f, KsU64& result) {
     result = 0;
     std::size_t p = 0;
     while (*f && p < n) {
+        // A "%" that starts no directive is matched like any other character;
+        // unlike printing, the character after it is looked at afresh, so
+        // "%%d" reads "%" and then a number.
         if (f[0] != '%' || !IsDirective(f[1])) {
             if (t[p] != *f) return false;
             ++p;
-            // As in printing, a "%" that starts no directive takes the next
-            // format character along as text.
-            if (f[0] == '%' && f[1]) {
-                if (p >= n) break;
-                if (t[p] != *++f) return false;
-                ++p;
-            }
             ++f;
             continue;
         }
@@ -406,12 +402,14 @@ KsTypeConvertData* Int64ConvertToKsString(void* values, uint count) {
     return data;
 }
 
+// Texts read as the string's own 64-bit conversion does (base detection, no
+// -1 for bad text), not as the "%S" scan.
 void* Int64ConvertFromKsString(KsTypeConvertData* text, uint count) {
     KsInt64* values = static_cast<KsInt64*>(Int64Create(count));
     if (!values || !text) return values;
     for (uint i = 0; i < count; ++i) {
         const KsString* s = text->GetString(static_cast<int>(i));
-        if (s && !s->IsNullValue()) values[i].ScanFromKsString(*s, "%S");
+        if (s && !s->IsNullValue()) values[i] = KsInt64(static_cast<KsI64>(*s));
     }
     return values;
 }

@@ -29,7 +29,8 @@ uint Int64DiskLenFile(MemFile* file, uchar byteOrder, uint count);
 uint Int64Translate(void* dst, uchar dstFormat, uint dstLen, void* src, uchar srcFormat,
                     uint srcLen, uint count);
 
-// Bulk text conversion: decimal texts ("%S"); a missing or null text reads as 0.
+// Bulk text conversion: decimal texts out; texts in read as KsString's 64-bit
+// conversion ("0x10" is 16, "12abc" 12, "abc" 0); a missing or null text is 0.
 KsTypeConvertData* Int64ConvertToKsString(void* values, uint count);
 void* Int64ConvertFromKsString(KsTypeConvertData* text, uint count);
 

@@ -36,7 +36,7 @@ KsTypeConvertData* ToText(void* values, uint count) {
     const std::size_t size = row.layout & 0xFFFF;
     KsString* strings = new (std::nothrow) KsString[count == 0 ? 1 : count];
     if (!strings) return nullptr;
-    for (uint i = 0; i < count; ++i) {
+    for (uint i = 0; values && i < count; ++i) {  // no values: empty texts
         void* element = static_cast<char*>(values) + i * size;
         if (row.isNull(element)) {
             strings[i].SetNullValue();

@@ -246,7 +246,12 @@ KsString& KsString::operator=(const char* s)
 {
     SetBuffer(nullptr, 0);
     codeSet_ = GetDefault8CodeSet();
-    AssignText8(s, 0xFFFF);
+    // A non-null text is always copied: an empty one leaves a bare
+    // terminator (unlike the constructor, which builds nothing for it).
+    if (s && !*s)
+        EditText(s, codeSet_, 0, 0, 0, 1, EditAssignAt);
+    else
+        AssignText8(s, 0xFFFF);
     language_ = GetDefaultLanguage();
     return *this;
 }
@@ -255,7 +260,10 @@ KsString& KsString::operator=(const unsigned short* s)
 {
     SetBuffer(nullptr, 0);
     codeSet_ = GetDefault16CodeSet();
-    AssignText16(s, 0xFFFF);
+    if (s && !*s)
+        EditText(s, codeSet_, 0, 0, 0, 1, EditAssignAt);
+    else
+        AssignText16(s, 0xFFFF);
     language_ = GetDefaultLanguage();
     return *this;
 }

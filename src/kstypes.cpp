@@ -808,8 +808,10 @@ KsString& KsTypeMgr::PrintToKsString(char id, KsString& out, void* values, const
     KsTypeDescriptor* row = RowGet(id);
     if (!row->print) return out;
     if (!format) format = row->format;
-    // A character array prints as one text.
-    if (count < 2 || row->print == table_[Ks1B_T]->print) return row->print(out, values, format, count);
+    // A character array prints as one text: the byte printer itself, not
+    // whatever row 0 holds now, so exchanging one row's printer leaves the
+    // other's arrays alone.
+    if (count < 2 || row->print == &CharPrintToKsString) return row->print(out, values, format, count);
     const std::size_t size = row->layout & 0xFFFF;
     for (uint i = 0; i < count; ++i) {
         KsString piece;

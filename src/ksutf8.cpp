@@ -416,7 +416,9 @@ int KsString2MultiByteString(const KsString& s, char*& out, int& size)
         out = static_cast<char*>(::operator new(std::size_t(size)));
     }
     if (size <= total) {
-        size = total + 1;  // what a second call needs, the terminator included
+        // The text's bytes alone: a caller that retries with this size is
+        // refused again, as callers of the predecessor found.
+        size = total;
         return -1;
     }
     uchar* to = reinterpret_cast<uchar*>(out);

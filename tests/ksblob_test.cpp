@@ -185,7 +185,8 @@ TEST(KsBlobTest, Seek) {
         int offset, n;
         int expected;  // offset of the answer, -1 for null
     } cases[] = {{0, 4, 0}, {3, 1, 3}, {2, 3, -1}, {0, 0, -1}, {4, 1, -1},
-                 {-1, 2, -1}, {3, -2, -1}, {1, 0x7FFFFFFF, -1}};
+                 {-1, 2, -1}, {3, -2, 3}, {0, -1, 0}, {4, -1, -1}, {9, -6, -1},
+                 {1, 0x7FFFFFFF, -1}};
     for (const Case& c : cases) {
         unsigned char* p = b.Seek(c.offset, c.n);
         if (c.expected < 0)
@@ -273,6 +274,10 @@ TEST(KsBlobTest, Search) {
         EXPECT_EQ(B(c.text).Search(B(c.pattern)), c.expected) << c.text << " / " << c.pattern;
     EXPECT_EQ(Null().Search(B("a")), 65535);
     EXPECT_EQ(B("a").Search(Null()), 65535);
+    // Offsets past 65535 are answered as they are.
+    const KsBlob big = B(std::string(70000, 'a') + "b");
+    EXPECT_EQ(big.Search(B("b")), 70000);
+    EXPECT_EQ(big.Search(B("c")), 65535);
 }
 
 TEST(KsBlobTest, NumericConversionsReadTheText) {

@@ -88,7 +88,7 @@ TEST(KsBooleanTest, OrderNullFalseTrue) {
 }
 
 TEST(KsBooleanTest, AgainstInts) {
-    const KsBoolean n = Null(), f(0), t(1);
+    const KsBoolean n = Null(), f(0), t(1), foreign = FromByte(7);
     struct Case {
         const char* name;
         KsBoolean b;
@@ -99,6 +99,7 @@ TEST(KsBooleanTest, AgainstInts) {
         {"false,0", f, 0, 1, 0, 0}, {"false,5", f, 5, 0, 1, 0},
         {"true,0", t, 0, 0, 0, 1},  {"true,5", t, 5, 1, 0, 0},
         {"true,-1", t, -1, 1, 0, 0},
+        {"7,5", foreign, 5, 1, 0, 1},  // > takes the byte itself
     };
     for (const Case& c : cases) {
         EXPECT_EQ(c.b == c.v, c.eq) << c.name;

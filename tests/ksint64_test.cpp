@@ -263,6 +263,9 @@ TEST(KsInt64, ScanFormats) {
         {"w=5", "v=%d", -1},
         {"%5", "%q%d", -1},        // "%q" must match itself
         {"%q5", "%q%d", 5},
+        {"%12", "%%d", 12},        // only the "%" is literal: "%d" still converts
+        {"%%12", "%%d", -1},
+        {"5%", "%d%", 5},
         {"1:2", "%d:%d", 2},       // the last directive wins
         {"", "%d", 0},
         {"-9223372036854775808", "%S", kMin},
@@ -414,14 +417,25 @@ TEST(KsInt64Row, TextSlots) {
     EXPECT_STREQ(text->GetString(0)->StrGet(), "-9223372036854775808");
     EXPECT_STREQ(text->GetString(2)->StrGet(), "-17");
 
-    text->GetString(1)->SetNullValue();  // a null text reads as 0
-    *text->GetString(0) = "12";
     KsInt64* back = static_cast<KsInt64*>(Int64ConvertFromKsString(text, 4));
-    EXPECT_EQ(back[0].Get8b(), 12);
-    EXPECT_EQ(back[1].Get8b(), 0);
-    EXPECT_EQ(back[2].Get8b(), -17);
+    EXPECT_EQ(back[0].Get8b(), kMin);
     EXPECT_EQ(back[3].Get8b(), 0);  // beyond the carrier
     Int64Delete(back, 4);
+
+    // Texts in are read by the string's own conversion, not by the "%S" scan.
+    struct Case { const char* text; KsI64 value; };
+    const Case cases[] = {{"12", 12}, {"0x10", 16}, {"010", 8}, {"12abc", 12}, {"abc", 0},
+                          {"", 0}, {"-17", -17}};
+    for (const Case& c : cases) {
+        *text->GetString(2) = c.text;
+        back = static_cast<KsInt64*>(Int64ConvertFromKsString(text, 3));
+        EXPECT_EQ(back[2].Get8b(), c.value) << c.text;
+        Int64Delete(back, 3);
+    }
+    text->GetString(1)->SetNullValue();  // a null text reads as 0
+    back = static_cast<KsInt64*>(Int64ConvertFromKsString(text, 2));
+    EXPECT_EQ(back[1].Get8b(), 0);
+    Int64Delete(back, 2);
     StringDelete(text->data, text->count);
     text->data = nullptr;
     delete text;

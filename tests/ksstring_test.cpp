@@ -200,6 +200,17 @@ TEST_F(KsStringAssign, CopyAssignAndMove)
     EXPECT_EQ(Bytes(assigned), B("xy"));
     EXPECT_EQ(assigned.CodeSet(), 0);
     EXPECT_EQ(assigned.Language(), 0);
+    // An empty text is still copied (a bare terminator); a null one is not,
+    // and the constructor builds nothing for either.
+    assigned = "";
+    EXPECT_EQ(assigned.Size(), 1);
+    EXPECT_EQ(assigned.IsEmpty(), 1);
+    const unsigned short none[1] = {0};
+    assigned = none;
+    EXPECT_EQ(assigned.Size(), 2);
+    assigned = static_cast<const char*>(nullptr);
+    EXPECT_EQ(assigned.Text(), nullptr);
+    EXPECT_EQ(KsString("").Size(), 0);
 
     // Destruct moves the buffer; the source keeps its labels.
     KsString m(1, 2);

@@ -261,11 +261,26 @@ TEST(KsTypeMgrTest, PrintsArraysWithSeparators) {
     KsString hex;
     EXPECT_STREQ(mgr.PrintToKsString(Ks2B_T, hex, values, "<%x>", 2).StrGet(), "<1>,<2>");
 
-    // Character arrays print as one text, without separators.
-    SlotGuard<KsPrintFunc> c0(Row(Ks1B_T).print, &PrintBytes);
-    SlotGuard<KsPrintFunc> c10(Row(KsU1B_T).print, &PrintBytes);
-    KsString chars;
-    EXPECT_STREQ(mgr.PrintToKsString(KsU1B_T, chars, const_cast<char*>("abc"), nullptr, 3).StrGet(), "abc");
+    // Character arrays print as one text through the byte printer, whatever
+    // the other byte row holds; any other printer is walked per element.
+    char abc[] = "abc";
+    struct {
+        KsPrintFunc row0, row10;
+        int id;
+        const char* expected;
+    } chars[] = {
+        {Row(Ks1B_T).print, Row(KsU1B_T).print, KsU1B_T, "abc"},
+        {&PrintBytes, Row(KsU1B_T).print, KsU1B_T, "abc"},
+        {Row(Ks1B_T).print, Row(KsU1B_T).print, Ks1B_T, "abc"},
+        {&PrintBytes, Row(KsU1B_T).print, Ks1B_T, "a,b,c"},
+    };
+    for (const auto& c : chars) {
+        SlotGuard<KsPrintFunc> c0(Row(Ks1B_T).print, c.row0);
+        SlotGuard<KsPrintFunc> c10(Row(KsU1B_T).print, c.row10);
+        KsString text;
+        EXPECT_STREQ(mgr.PrintToKsString(static_cast<char>(c.id), text, abc, nullptr, 3).StrGet(),
+                     c.expected);
+    }
 
     // An empty print slot leaves the output as it was.
     KsString untouched("keep");

@@ -270,6 +270,26 @@ TEST(KsUtf8, EncodedLength)
     EXPECT_EQ(KsMBSLength(Make(1, "abc"), 0), 0);
 }
 
+TEST(KsUtf8, CallerBufferOfTheReportedSize)
+{
+    // A refusal reports the text's bytes without the terminator. A buffer
+    // of that size takes encoded text (unterminated) but still refuses
+    // plain text, whose copy needs room for the terminator.
+    const struct {
+        KsString s;
+        int result;
+    } cases[] = {{Make(0, "abc"), -1}, {Make(1, "caf\xE9"), 5}};
+    for (const auto& c : cases) {
+        char buf[8] = {};
+        char* out = buf;
+        int size = 2;
+        EXPECT_EQ(KsString2MultiByteString(c.s, out, size), -1);
+        const int needed = size;
+        EXPECT_EQ(KsString2MultiByteString(c.s, out, size), c.result);
+        EXPECT_EQ(size, needed);
+    }
+}
+
 TEST(KsUtf8, EncodeIntoAllocatedOrCallerBuffer)
 {
     std::string long8(3000, '\xE9'), longUtf8;
@@ -295,9 +315,9 @@ TEST(KsUtf8, EncodeIntoAllocatedOrCallerBuffer)
         std::string mine(std::size_t(len) + 1, '\x55');
         out = mine.data();
         size = len - 1;
-        if (len > 1) {  // too small: what is needed comes back
+        if (len > 1) {  // too small: the text's byte count comes back
             EXPECT_EQ(KsString2MultiByteString(c.s, out, size), -1);
-            EXPECT_EQ(size, len + 1);
+            EXPECT_EQ(size, len);
         }
         size = len + 1;
         EXPECT_EQ(KsString2MultiByteString(c.s, out, size), len);
