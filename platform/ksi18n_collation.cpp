@@ -393,6 +393,34 @@ bool CompatLetters(ushort u, Parts& out)
     return true;
 }
 
+// Latin letters that neither decompose nor are listed above (B with hook, E
+// with stroke, L with middle dot, small capitals) sort with the letter their
+// Unicode name spells: with stroke as accent 8, else as a variant.
+bool NamedLatinLetter(ushort u, Parts& out)
+{
+    char name[128];
+    UErrorCode err = U_ZERO_ERROR;
+    const int32_t len = u_charName(u, U_UNICODE_CHAR_NAME, name, int32_t(sizeof(name)), &err);
+    if (U_FAILURE(err) || len <= 0 || len >= int32_t(sizeof(name)))
+        return false;
+    const struct { const char* prefix; bool upper; } forms[] = {
+        {"LATIN CAPITAL LETTER ", true},
+        {"LATIN SMALL LETTER ", false},
+        {"LATIN LETTER SMALL CAPITAL ", false},
+    };
+    for (const auto& f : forms) {
+        const std::size_t n = std::strlen(f.prefix);
+        if (std::strncmp(name, f.prefix, n) != 0)
+            continue;
+        const char* rest = name + n;
+        if (!IsAsciiLetter(uchar(rest[0])) || (rest[1] && std::strncmp(rest + 1, " WITH ", 6) != 0))
+            return false;
+        out.Add(LetterNumber(rest[0]), 0, std::strstr(rest, "STROKE") ? 8 : kAccVariant, f.upper);
+        return true;
+    }
+    return false;
+}
+
 // A Latin letter: its orders in `out`; false for letters of other scripts.
 bool LatinLetter(ushort u, const KsUnicodeProps& p, int group, Parts& out)
 {
@@ -431,7 +459,7 @@ bool LatinLetter(ushort u, const KsUnicodeProps& p, int group, Parts& out)
             return true;
         }
     }
-    return CompatLetters(u, out);
+    return CompatLetters(u, out) || NamedLatinLetter(u, out);
 }
 
 KsOrderEntry Classify(ushort u, int group, uint symbolRank)

@@ -65,6 +65,8 @@ TEST(KsCollationLayout, ClassesOfTheAlphabeticLayout)
         {0x0107, Letter('c', 2)}, {0x0150, Letter('O', 14)}, {0x00F8, Letter('o', 8)},
         {0x0131, Letter('i', 16)}, {0xFF21, Letter('A', 16)}, {0xAA, Letter('a', 16)},
         {0x00FE, Letter('z', 0, 1)},
+        {0x0181, Letter('B', 16)}, {0x0247, Letter('e', 8)}, {0x0140, Letter('l', 16)}, {0x1D00, Letter('a', 16)},
+        {0x0186, 0x8186},       // open O spells no letter
         {0x00DF, Letter('s', 15) | KsOrderEntry(Letter('s', 15)) << 16},
         {0x00C6, Letter('A', 15) | KsOrderEntry(Letter('E', 15)) << 16},
         {0xFB03, Letter('f', 15) | KsOrderEntry(Letter('f', 15)) << 16 | KsOrderEntry(Letter('i', 15)) << 32},
@@ -73,6 +75,33 @@ TEST(KsCollationLayout, ClassesOfTheAlphabeticLayout)
     };
     for (const Case& c : cases)
         EXPECT_EQ(KsCollation::Entry16(c.u, 1), c.entry) << std::hex << "U+" << c.u;
+}
+
+TEST(KsCollationLayout, AccentsComeFromTheDecomposition)
+{
+    // Each letter in every code set that has it (and as Unicode): base
+    // letter, case and accent number.
+    struct Case { ushort u; char base; uint accent; };
+    const Case cases[] = {
+        {0xE7, 'c', 1},  {0xC7, 'C', 1},  {0xE9, 'e', 2},  {0xC9, 'E', 2},  {0xE8, 'e', 3},  {0xC8, 'E', 3},
+        {0xEA, 'e', 4},  {0xCA, 'E', 4},  {0xF1, 'n', 5},  {0xD1, 'N', 5},  {0xFC, 'u', 6},  {0xDC, 'U', 6},
+        {0xE5, 'a', 7},  {0xC5, 'A', 7},  {0xF8, 'o', 8},  {0xD8, 'O', 8},  {0x10D, 'c', 9}, {0x10C, 'C', 9},
+        {0x101, 'a', 10}, {0x100, 'A', 10}, {0x103, 'a', 11}, {0x102, 'A', 11}, {0x17C, 'z', 12}, {0x17B, 'Z', 12},
+        {0x105, 'a', 13}, {0x104, 'A', 13}, {0x151, 'o', 14}, {0x150, 'O', 14},
+    };
+    const uchar codeSets[] = {1, 2, 16, 18, 23};  // Latin-1, Latin-2, Windows-1250/1252/1257
+    for (const Case& c : cases) {
+        EXPECT_EQ(Order(c.u), Letter(c.base, c.accent)) << std::hex << "U+" << c.u;
+        int found = 0;
+        for (uchar cs : codeSets) {
+            const int b = KsCodeSet::ForText(cs).FromUnicode(c.u);
+            if (b < 0)
+                continue;
+            ++found;
+            EXPECT_EQ(KsCollation::Order(ushort(b), cs, 1), Letter(c.base, c.accent)) << std::hex << "U+" << c.u << " cs " << std::dec << int(cs);
+        }
+        EXPECT_GT(found, 0) << std::hex << "U+" << c.u;
+    }
 }
 
 TEST(KsCollationLayout, RankedSymbolsAreDistinctAndInRange)
@@ -307,6 +336,25 @@ TEST(KsCollationTransform, SixteenBitTextKeepsItsByteOrder)
     ASSERT_EQ(it.Transform(up, out, sizeof(out)), 8u);
     const uchar expected[] = {0x00, 'S', 0x00, 'S', 0x04, 0x10, 0, 0};
     EXPECT_EQ(std::memcmp(out, expected, 8), 0);
+}
+
+TEST(KsCollationTables, ACharacterHasOneOrderInEveryCodeSet)
+{
+    // Every byte of every 8-bit table orders as its Unicode character does
+    // in 16-bit text; undefined bytes have no order.
+    for (uchar cs : EightBitCodeSets()) {
+        const KsCodeSet& set = KsCodeSet::ForText(cs);
+        for (uchar lang : {0, 1, 2, 4, 7, 9, 12, 13, 14, 15, 16, 18, 20, 22, 1 | 0x80}) {
+            const KsOrderEntry* table = KsCollation::Table8(cs, lang);
+            for (uint b = 1; b < 256; ++b) {
+                const ushort u = set.ToUnicode(ushort(b));
+                const KsOrderEntry expected =
+                    u != 0xFFFD ? KsCollation::Entry16(u, lang) : KsCollation::IsIdeographic(lang) ? 0xFFFD : 13;
+                ASSERT_EQ(table[b], expected) << set.Name() << " byte " << std::hex << b << " language " << std::dec << int(lang);
+            }
+            EXPECT_EQ(table[0], 0u);
+        }
+    }
 }
 
 // ---------------------------------------------------------------------------

@@ -86,6 +86,13 @@ TEST(KsOrderDescription, DescribesTheOrdersOfRealCharacters)
     struct Case { uchar cs, language, byte; const char* text; };
     const Case cases[] = {
         {1, 1, 0xC0, "upper letter A with accent grave"},
+        {1, 1, 0xE9, "lower letter e with accent acute"},
+        {1, 1, 0xE7, "lower letter c with cedilla"},
+        {1, 1, 0xD8, "upper letter O with stroke"},
+        {2, 1, 0xE8, "lower letter c with accent caron"},
+        {2, 1, 0xF5, "lower letter o with accent o_double acute"},
+        {2, 1, 0xB1, "lower letter a with ogonek"},
+        {23, 1, 0xE2, "lower letter a with accent macron"},
         {1, 4, 0xF1, "lower letter n with tilde with extension"},
         {1, 1, 0xF1, "lower letter n with tilde"},
         {1, 9, 0xC5, "upper letter Z with ring above with extension"},
@@ -100,6 +107,42 @@ TEST(KsOrderDescription, DescribesTheOrdersOfRealCharacters)
     };
     for (const Case& c : cases)
         EXPECT_EQ(Describe(KsCollation::Order(c.byte, c.cs, c.language), c.language), c.text) << std::hex << int(c.byte);
+}
+
+TEST(KsOrderDescription, NamedSymbolsHaveTheirNumbersInEveryCodeSet)
+{
+    // Every symbol the descriptions name, in every 8-bit code set that has
+    // the character and in 16-bit text: its number and its description.
+    struct Case { ushort u; ushort number; const char* text; };
+    const Case cases[] = {
+        {'_', 32, "_"}, {0xAF, 34, "macron sign"}, {0xAD, 35, "soft hyphen"}, {'-', 36, "-"}, {',', 37, ","},
+        {';', 38, ";"}, {':', 39, ":"}, {'!', 40, "!"}, {0xA1, 41, "inverted exclamation mark"}, {'?', 42, "?"},
+        {'/', 44, "solidus"}, {'.', 46, "full stop"}, {0xB7, 49, "middle dot"}, {0xB8, 50, "cedilla"},
+        {0xB4, 52, "apostrophe"}, {'"', 55, "\""}, {0xAB, 58, "left pointing o_double angle quotation mark"},
+        {0xBB, 59, "right pointing o_double angle quotation mark"}, {'(', 60, "("}, {')', 62, ")"}, {'[', 64, "["},
+        {']', 65, "]"}, {'{', 66, "{"}, {'}', 67, "}"}, {0xA7, 68, "section sign"}, {0xB6, 69, "pilcrow sign"},
+        {0xA9, 70, "copyright sign"}, {0xAE, 71, "registered sign"}, {'@', 73, "@"}, {0xA4, 74, "currency sign"},
+        {0xA2, 75, "cent sign"}, {'$', 76, "$"}, {0xA3, 77, "pound sign"}, {0xA5, 78, "yen sign"}, {'*', 79, "*"},
+        {'\\', 80, "reverse solidus"}, {'&', 81, "&"}, {'#', 82, "#"}, {'%', 83, "%"}, {'+', 85, "+"},
+        {0xB1, 87, "plus minus sign"}, {'\'', 88, "'"}, {'`', 89, "`"}, {'^', 91, "^"}, {0xA8, 94, "diaeresis"},
+        {'~', 96, "~"}, {0xF7, 98, "division sign"}, {0xD7, 99, "multiplication sign"}, {'<', 101, "<"},
+        {'=', 103, "="}, {'>', 105, ">"}, {0xAC, 106, "not sign"}, {'|', 107, "|"}, {0xA6, 108, "broken bar"},
+        {0xB0, 109, "degree sign"}, {0xB5, 110, "micron sign"}, {0xBF, 139, "inverted question mark"},
+    };
+    for (const Case& c : cases) {
+        const std::string text = std::string("symbol ") + c.text;
+        EXPECT_EQ(KsCollation::Order(c.u, 253, 1), 80 + c.number) << std::hex << "U+" << c.u;
+        for (const KsCodeSet* const* cs = KsLanguageContext::CodeSets(); *cs; ++cs) {
+            const int b = (*cs)->FromUnicode(c.u);
+            if ((*cs)->IsWide() || b < 0)
+                continue;
+            for (uchar language : {0, 1, 9, 16}) {
+                const ushort order = KsCollation::Order(ushort(b), (*cs)->Id(), language);
+                EXPECT_EQ(order, 80 + c.number) << (*cs)->Name() << std::hex << " U+" << c.u;
+                EXPECT_EQ(Describe(order, language), text) << (*cs)->Name();
+            }
+        }
+    }
 }
 
 TEST(KsOrderToChar, InvertsEveryUniqueOrderOfEveryEightBitTable)
