@@ -5,6 +5,8 @@
 //   near  - the pair differs in one letter at a random position;
 //   case  - the pair differs only in the case of the first letter, so the
 //           whole key is walked before the lower level decides.
+// Modes: 0x10 (exact, the counterpart of ICU's tertiary strength) and the
+// pattern readings 0, 0x20 and 0x40 (primary level, "*" and "?" live).
 #include <benchmark/benchmark.h>
 
 #include <unicode/ucol.h>
@@ -131,7 +133,9 @@ BENCHMARK(BM_Memcmp)->ArgNames({"len", "case"})->Args({16, 0})->Args({200, 0})->
 BENCHMARK(BM_StringCompare)
     ->ArgNames({"len", "case", "mode"})
     ->Args({16, 0, 0x10})->Args({200, 0, 0x10})->Args({16, 1, 0x10})->Args({200, 1, 0x10})
-    ->Args({16, 0, 0})->Args({200, 0, 0})->Args({16, 1, 0})->Args({200, 1, 0});
+    ->Args({16, 0, 0})->Args({200, 0, 0})->Args({16, 1, 0})->Args({200, 1, 0})
+    ->Args({16, 0, 0x20})->Args({200, 0, 0x20})->Args({16, 1, 0x20})->Args({200, 1, 0x20})
+    ->Args({16, 0, 0x40})->Args({200, 0, 0x40})->Args({16, 1, 0x40})->Args({200, 1, 0x40});
 BENCHMARK(BM_IcuStrcoll)->ArgNames({"len", "case"})->Args({16, 0})->Args({200, 0})->Args({16, 1})->Args({200, 1});
 
 }  // namespace

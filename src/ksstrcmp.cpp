@@ -16,6 +16,10 @@
 #include <new>
 #include <vector>
 
+#if defined(__SSE2__)
+#include <emmintrin.h>
+#endif
+
 namespace {
 
 constexpr uint kNoLimit = 0xFFFFFFFFu;
@@ -52,17 +56,21 @@ ushort AlphabeticOrder(ushort u)
     return ushort(KsCollation::Entry16(u, 0));  // not in code set 1: its Unicode order
 }
 
-ushort KeptOrder(std::atomic<ushort>& order, const std::atomic<ushort>& ch)
+[[gnu::noinline]] ushort AskOrder(std::atomic<ushort>& order, ushort c)
 {
-    ushort o = order.load(kRelaxed);
+    const ushort o = AlphabeticOrder(c);
+    order.store(o, kRelaxed);
+    return o;
+}
+
+// Inline: every pattern comparison asks for all three.
+inline ushort KeptOrder(std::atomic<ushort>& order, const std::atomic<ushort>& ch)
+{
+    const ushort o = order.load(kRelaxed);
     if (o)
         return o;
     const ushort c = ch.load(kRelaxed);
-    if (!c)
-        return 0;  // switched off
-    o = AlphabeticOrder(c);
-    order.store(o, kRelaxed);
-    return o;
+    return c ? AskOrder(order, c) : 0;  // 0: switched off
 }
 
 void SetWildcard(std::atomic<ushort>& ch, std::atomic<ushort>& order, const KsChar& c)
@@ -75,7 +83,9 @@ struct Wildcards {
     ushort any = 0, one = 0, escape = 0;  // orders; 0 = off
 };
 
-Wildcards WildcardsFor(bool ideographic)
+// Inline on purpose: returned out of line, the three fields came back
+// through a stack slot written in halves and read whole (a forwarding stall).
+[[gnu::always_inline]] inline Wildcards WildcardsFor(bool ideographic)
 {
     Wildcards w;
     if (ideographic) {
@@ -459,28 +469,172 @@ int Collate(Source& a, Source& b, ushort mode, int& detail, Levels levels = Leve
     return exact ? Sign(detail) : 0;
 }
 
-// Collate for two 8-bit texts, straight over bytes and tables (the common
-// case of stored keys); hands over to Collate at the first character that
-// sorts as several letters or is a wildcard of the pattern. na, nb:
-// characters that may be read (a text also ends at a zero byte). Plain
-// scalars on purpose: small structs passed by value go through memory and
-// cost store-forwarding stalls on this hot path.
-int CollateBytes(const uchar* pa, uint na, const KsOrderEntry* ta, uchar la, const uchar* pb, uint nb,
-                 const KsOrderEntry* tb, uchar lb, ushort mode, bool readable, int& detail)
+// The bytes of an 8-bit table whose order is a wildcard or escape order
+// (those that send the pattern walk to the matcher), packed as
+// [count:8][byte 0:8]..[byte 3:8]; unused byte slots repeat byte 0, and a
+// count of kMany means too many to look for. Building one reads all 256
+// entries, so results are kept in a few slots chosen by table (tables are
+// never freed nor changed), each slot a sequence lock over atomics: a
+// reader that sees it change or busy builds its own answer.
+constexpr std::uint64_t kManyWildcardBytes = 0xFF;
+
+struct WildcardSlot {
+    std::atomic<uint> sequence{0};  // odd while written
+    std::atomic<const KsOrderEntry*> table{nullptr};
+    std::atomic<std::uint64_t> key{0};    // any | one << 16 | escape << 32
+    std::atomic<std::uint64_t> bytes{0};  // packed as above
+};
+WildcardSlot gWildcardSlots[8];
+
+std::uint64_t BuildWildcardBytes(const KsOrderEntry* t, const Wildcards& wc)
 {
-    const bool exact = (mode & KS_CMP_EXACT) != 0;
+    // An order of 0 matches a switched-off wildcard here, as it does in the
+    // walk's own test: such a byte goes to the matcher either way.
+    uchar found[4] = {0, 0, 0, 0};
+    uint n = 0;
+    for (uint c = 1; c < 256; ++c) {
+        const ushort o = ushort(t[c]);
+        if (o != wc.any && o != wc.one && o != wc.escape)
+            continue;
+        if (n == 4)
+            return kManyWildcardBytes;
+        found[n++] = uchar(c);
+    }
+    std::uint64_t packed = n;
+    for (uint k = 0; k < 4; ++k)
+        packed |= std::uint64_t(k < n ? found[k] : found[0]) << (8 + 8 * k);
+    return packed;
+}
+
+std::uint64_t WildcardBytesOf(const KsOrderEntry* t, const Wildcards& wc)
+{
+    const std::uint64_t key = wc.any | std::uint64_t(wc.one) << 16 | std::uint64_t(wc.escape) << 32;
+    WildcardSlot& slot = gWildcardSlots[(reinterpret_cast<std::uintptr_t>(t) >> 11) & 7];
+    uint seq = slot.sequence.load(std::memory_order_acquire);
+    if (!(seq & 1) && slot.table.load(kRelaxed) == t && slot.key.load(kRelaxed) == key) {
+        const std::uint64_t packed = slot.bytes.load(kRelaxed);
+        std::atomic_thread_fence(std::memory_order_acquire);
+        if (slot.sequence.load(kRelaxed) == seq)
+            return packed;
+    }
+    const std::uint64_t packed = BuildWildcardBytes(t, wc);
+    seq = slot.sequence.load(kRelaxed);
+    if (!(seq & 1) && slot.sequence.compare_exchange_strong(seq, seq + 1, std::memory_order_acquire)) {
+        std::atomic_thread_fence(std::memory_order_release);
+        slot.table.store(t, kRelaxed);
+        slot.key.store(key, kRelaxed);
+        slot.bytes.store(packed, kRelaxed);
+        slot.sequence.store(seq + 2, std::memory_order_release);
+    }
+    return packed;
+}
+
+// Length of the common prefix of a text and a pattern that holds none of
+// the pattern's wildcard bytes (at most n, stopping at a zero byte): the
+// run the pattern walk may pass without looking at orders. Whole blocks are
+// read only when n bytes of both are readable, and `back` bytes before a
+// and b (already passed) let the last block end at n instead of falling
+// back to single bytes. Unused wildcard slots hold byte 0 or a repeat,
+// which stop nothing a zero byte would not.
+uint CommonPlainPrefix8(const uchar* a, const uchar* b, uint n, uint back, bool readable,
+                        std::uint64_t wild)
+{
+    if (wild == kManyWildcardBytes)
+        return 0;
+    const uchar w0 = uchar(wild >> 8), w1 = uchar(wild >> 16), w2 = uchar(wild >> 24),
+                w3 = uchar(wild >> 32);
+    uint i = 0;
+    if (readable) {
+#if defined(__SSE2__)
+        // Each wildcard byte spread over a whole register: four bytes in,
+        // each one four times per 32-bit lane, then one lane broadcast.
+        __m128i spread = _mm_cvtsi32_si128(int(std::uint32_t(wild >> 8)));
+        spread = _mm_unpacklo_epi8(spread, spread);
+        spread = _mm_unpacklo_epi16(spread, spread);
+        const __m128i v0 = _mm_shuffle_epi32(spread, 0x00), v1 = _mm_shuffle_epi32(spread, 0x55),
+                      v2 = _mm_shuffle_epi32(spread, 0xAA), v3 = _mm_shuffle_epi32(spread, 0xFF);
+        const __m128i zero = _mm_setzero_si128();
+        const bool many = (wild & 0xFF) > 2;  // usually two: "*" and "?"
+        // Bit k set: byte k of the 16 at x and y ends the run.
+        auto ends = [&](const uchar* x, const uchar* y) {
+            const __m128i vx = _mm_loadu_si128(reinterpret_cast<const __m128i*>(x));
+            const __m128i vy = _mm_loadu_si128(reinterpret_cast<const __m128i*>(y));
+            __m128i stop = _mm_or_si128(_mm_or_si128(_mm_cmpeq_epi8(vy, zero), _mm_cmpeq_epi8(vy, v0)),
+                                        _mm_cmpeq_epi8(vy, v1));
+            if (many)
+                stop = _mm_or_si128(stop, _mm_or_si128(_mm_cmpeq_epi8(vy, v2), _mm_cmpeq_epi8(vy, v3)));
+            return (~uint(_mm_movemask_epi8(_mm_cmpeq_epi8(vx, vy))) & 0xFFFFu) |
+                   uint(_mm_movemask_epi8(stop));
+        };
+        for (; i + 16 <= n; i += 16)
+            if (const uint e = ends(a + i, b + i))
+                return i + uint(__builtin_ctz(e));
+        if (i < n && n + back >= 16) {
+            const uint e = ends(a + n - 16, b + n - 16) >> (i + 16 - n);
+            return e ? i + uint(__builtin_ctz(e)) : n;
+        }
+#endif
+        constexpr std::uint64_t kOnes = 0x0101010101010101ull;
+        const std::uint64_t b0 = w0 * kOnes, b1 = w1 * kOnes, b2 = w2 * kOnes, b3 = w3 * kOnes;
+        // High bit set in each byte of the 8 at x and y that ends the run.
+        auto ends8 = [&](const uchar* x, const uchar* y) {
+            std::uint64_t vx, vy;
+            std::memcpy(&vx, x, 8);
+            std::memcpy(&vy, y, 8);
+            return (~ZeroBytes(vx ^ vy) & kHigh) | ZeroBytes(vy) | ZeroBytes(vy ^ b0) |
+                   ZeroBytes(vy ^ b1) | ZeroBytes(vy ^ b2) | ZeroBytes(vy ^ b3);
+        };
+        for (; i + 8 <= n; i += 8) {
+            if (const std::uint64_t e = ends8(a + i, b + i)) {
+                if constexpr (std::endian::native == std::endian::little)
+                    return i + (uint(__builtin_ctzll(e)) >> 3);
+                else
+                    return i + (uint(__builtin_clzll(e)) >> 3);
+            }
+        }
+        if constexpr (std::endian::native == std::endian::little) {
+            if (i < n && n + back >= 8) {
+                const std::uint64_t e = ends8(a + n - 8, b + n - 8) >> (8 * (i + 8 - n));
+                return e ? i + (uint(__builtin_ctzll(e)) >> 3) : n;
+            }
+        }
+    }
+    for (; i < n && a[i] == b[i] && a[i]; ++i)
+        if (b[i] == w0 || b[i] == w1 || b[i] == w2 || b[i] == w3)
+            break;
+    return i;
+}
+
+template <bool kPattern>
+int CollateBytesAs(const uchar* pa, uint na, const KsOrderEntry* ta, uchar la, const uchar* pb, uint nb,
+                   const KsOrderEntry* tb, uchar lb, ushort mode, bool readable, int& detail)
+{
     const bool ia = KsCollation::IsIdeographic(la), ib = KsCollation::IsIdeographic(lb);
     Wildcards wc;
-    if (!exact)
+    std::uint64_t wild = 0;  // the pattern's wildcard bytes (CommonPlainPrefix8)
+    if constexpr (kPattern) {
         wc = WildcardsFor(ib);
+        if (ta == tb)
+            wild = WildcardBytesOf(tb, wc);
+    }
     // Runs of equal bytes decide nothing; skipped wherever they start (a
-    // case difference early in a long key leaves the rest to skip).
-    const bool skipRuns = exact && ta == tb;
+    // case difference early in a long key leaves the rest to skip). A
+    // pattern's run ends before its first wildcard byte: from there the
+    // walk below hands over to the matcher as it would have anyway.
+    const bool skipRuns = ta == tb;
+    const uchar* const textStart = pa;
+    const uchar* const patternStart = pb;
     const ushort mask = MaskOf(mode);
     Levels levels;
     for (;;) {
         if (skipRuns && na && nb && *pa == *pb) {
-            const uint common = CommonPrefix8(pa, pb, std::min(na, nb), readable);
+            uint common;
+            if constexpr (kPattern) {
+                const uint back = uint(std::min(pa - textStart, pb - patternStart));
+                common = CommonPlainPrefix8(pa, pb, std::min(na, nb), back, readable, wild);
+            } else {
+                common = CommonPrefix8(pa, pb, std::min(na, nb), readable);
+            }
             pa += common;
             pb += common;
             na -= common;
@@ -489,7 +643,7 @@ int CollateBytes(const uchar* pa, uint na, const KsOrderEntry* ta, uchar la, con
         const uint ca = na ? *pa : 0, cb = nb ? *pb : 0;
         const KsOrderEntry ea = ta[ca], eb = tb[cb];
         const ushort o2 = ushort(eb);
-        if (((ea | eb) >> 16) || (!exact && cb && (o2 == wc.any || o2 == wc.one || o2 == wc.escape))) {
+        if (((ea | eb) >> 16) || (kPattern && cb && (o2 == wc.any || o2 == wc.one || o2 == wc.escape))) {
             Source sa(pa, ca ? na : 0, ta, la, readable), sb(pb, cb ? nb : 0, tb, lb, readable);
             return Collate(sa, sb, mode, detail, levels);
         }
@@ -513,7 +667,22 @@ int CollateBytes(const uchar* pa, uint na, const KsOrderEntry* ta, uchar la, con
         levels.Note(m1, ia, m2, ib);
     }
     detail = levels.Detail();
-    return exact ? Sign(detail) : 0;
+    return kPattern ? 0 : Sign(detail);
+}
+
+// Collate for two 8-bit texts, straight over bytes and tables (the common
+// case of stored keys); hands over to Collate at the first character that
+// sorts as several letters or is a wildcard of the pattern. na, nb:
+// characters that may be read (a text also ends at a zero byte). Plain
+// scalars on purpose: small structs passed by value go through memory and
+// cost store-forwarding stalls on this hot path. One instance per reading
+// of the second text keeps each loop's live values in registers.
+int CollateBytes(const uchar* pa, uint na, const KsOrderEntry* ta, uchar la, const uchar* pb, uint nb,
+                 const KsOrderEntry* tb, uchar lb, ushort mode, bool readable, int& detail)
+{
+    if (mode & KS_CMP_EXACT)
+        return CollateBytesAs<false>(pa, na, ta, la, pb, nb, tb, lb, mode, readable, detail);
+    return CollateBytesAs<true>(pa, na, ta, la, pb, nb, tb, lb, mode, readable, detail);
 }
 
 // ---------------------------------------------------------------------------

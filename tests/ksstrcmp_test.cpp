@@ -6,6 +6,7 @@
 #include <gtest/gtest.h>
 
 #include <cstring>
+#include <iterator>
 #include <random>
 #include <string>
 #include <vector>
@@ -409,6 +410,82 @@ TEST_F(KsStringCompareStored, PathsAgreeOnRandomTexts)
         int status = 0;
         if (!x.empty() && !y.empty()) {  // in memory an empty string has no buffer
             EXPECT_EQ(StringCompare(8, 0, a, 0, b, mode, 1, status), expected) << x << " | " << y;
+        }
+    }
+}
+
+// The 8-bit walk passes runs of equal bytes without looking at orders, in
+// a pattern only up to its first wildcard byte. Long, mostly shared texts
+// with wildcards, escapes and expansions, under several wildcard settings
+// (a letter, a control whose order 32 bytes share, all switched off), must
+// give what the 16-bit walk gives: value, detail and the comparator's result.
+TEST_F(KsStringCompareStored, ByteWalkMatchesTheOrderWalk)
+{
+    struct Setting { ushort any, one, escape; };
+    const Setting settings[] = {
+        {'*', '?', 0}, {'*', '?', '\\'}, {'e', '-', 0}, {0x85, '?', '*'}, {0, 0, 0},
+    };
+    const std::string alphabet = "aaaabbeeeAEz\xE9\xC9\xE4\xDF\xF1 *?-\\1\xB9Z\x85";
+    const ushort modes[] = {0, 0x20, 0x40, 0x60, 0x80, 0xA0, 0xC0, 0xE0, 0x10, 0x90};
+    const uchar languages[] = {1, 4, 9, 16, 21};
+    const uchar codeSets[] = {1, 16};  // ISO-8859-1, Windows-1250
+    std::mt19937 rng(77);
+    auto pick = [&](std::size_t n) { return std::size_t(rng() % n); };
+    auto text = [&](std::size_t max) {
+        std::string t;
+        for (std::size_t n = pick(max + 1); n; --n)
+            t += alphabet[pick(alphabet.size())];
+        return t;
+    };
+    for (const Setting& w : settings) {
+        KsStrCmpSetAsterisk(KsChar(w.any, 1, 0));
+        KsStrCmpSetQuestion(KsChar(w.one, 1, 0));
+        KsStrCmpSetEscape(KsChar(w.escape, 1, 0));
+        for (int i = 0; i < 4000; ++i) {
+            const std::string x = text(40);
+            std::string y = x;
+            if (pick(4) == 0) {
+                y = text(40);
+            } else {  // a few edits, mostly after a long shared run
+                for (std::size_t e = pick(3); e; --e) {
+                    const std::size_t at = y.empty() ? 0 : pick(y.size() + 1);
+                    const char c = pick(3) ? alphabet[pick(alphabet.size())] : "*?"[pick(2)];
+                    if (pick(2) && at < y.size())
+                        y[at] = c;
+                    else
+                        y.insert(at, 1, c);
+                }
+                if (pick(5) == 0)
+                    y.resize(pick(y.size() + 1));
+            }
+            const ushort mode = modes[pick(std::size(modes))];
+            const uchar cs1 = codeSets[pick(2)], cs2 = pick(4) ? cs1 : codeSets[pick(2)];
+            const uchar lang1 = languages[pick(std::size(languages))], lang2 = pick(4) ? lang1 : languages[pick(std::size(languages))];
+            const short length = pick(4) ? -1 : short(1 + pick(30));
+            std::vector<ushort> wx(x.size() + 1, 0), wy(y.size() + 1, 0);
+            KsConvertText(wx.data(), 253, x.c_str(), cs1, uint(x.size()));
+            KsConvertText(wy.data(), 253, y.c_str(), cs2, uint(y.size()));
+            int refDetail = 99;
+            const int ref = KsStrCmp(253, lang1, C(wx), 253, lang2, C(wy), mode, length, 8, &refDetail);
+            const std::string what = x + " | " + y + " mode " + std::to_string(mode) + " cs " + std::to_string(cs1) + "/" +
+                                     std::to_string(cs2) + " lang " + std::to_string(lang1) + "/" + std::to_string(lang2) +
+                                     " length " + std::to_string(length) + " any " + std::to_string(w.any);
+            int detail = 99;
+            ASSERT_EQ(KsStrCmp(cs1, lang1, x.c_str(), cs2, lang2, y.c_str(), mode, length, 8, &detail), ref) << what;
+            ASSERT_EQ(detail, refDetail) << what;
+            // Counted texts: whole words are read.
+            detail = 99;
+            ASSERT_EQ(KsStrCmpN(cs1, lang1, x.data(), uint(x.size()), cs2, lang2, y.data(), uint(y.size()), mode, length, 8,
+                                &detail), ref) << what;
+            ASSERT_EQ(detail, refDetail) << what;
+            if (length < 0) {
+                Image one(1), other(1);
+                one.Add(cs1, lang1, x.c_str());
+                other.Add(cs2, lang2, y.c_str());
+                const Result r = Compare(one, other, mode);
+                ASSERT_EQ(r.result, (mode & 0x80) && refDetail ? refDetail : (ref > 0) - (ref < 0)) << what;
+                ASSERT_EQ(r.status, 0) << what;
+            }
         }
     }
 }
