@@ -452,28 +452,28 @@ bool Translate(const char* format, const KsFormatArg* args, int argCount, bool s
             continue;
         }
         const char* q = p + 1;
-        std::string spec = "%";
+        std::string conv = "%";
         bool suppress = false;
         if (scan && *q == '*') {
             suppress = true;
-            spec += '*';
+            conv += '*';
             ++q;
         }
         // printf flags; a scan drops them, so print formats scan as well.
         while (*q && std::strchr("-+ #0'", *q)) {
-            if (!scan) spec += *q;
+            if (!scan) conv += *q;
             ++q;
         }
         uint width = 0;
         const char* w = q;
         if (!ReadField(q, scan ? kScanFieldLimit : kPrintFieldLimit, width)) return false;
         if (*q == '$' || *q == '*') return false;
-        spec.append(w, q);
+        conv.append(w, q);
         if (*q == '.') {
             const char* start = q++;
             uint precision = 0;
             if (*q == '*' || !ReadField(q, kPrintFieldLimit, precision)) return false;
-            if (!scan) spec.append(start, q);
+            if (!scan) conv.append(start, q);
         }
         const uchar narrow = ReadLengthPrefix(q);
         const char c = *q;
@@ -487,13 +487,13 @@ bool Translate(const char* format, const KsFormatArg* args, int argCount, bool s
                 if (*e == ']') ++e;
                 while (*e && *e != ']') ++e;
                 if (!*e) return false;
-                cur.text += spec;
+                cur.text += conv;
                 cur.text.append(q, e + 1);
                 p = e + 1;
                 continue;
             }
             if (!IsIntegerConversion(c) && !IsFloatConversion(c) && c != 's') return false;
-            cur.text += spec;
+            cur.text += conv;
             cur.text += c;
             continue;
         }
@@ -506,24 +506,24 @@ bool Translate(const char* format, const KsFormatArg* args, int argCount, bool s
         piece.conversion = c;
         piece.arg = uchar(next);
         if (IsFloatConversion(c)) {
-            if (scan) spec += 'l';
+            if (scan) conv += 'l';
         } else if (c != 'c') {
             piece.narrow = narrow;
             if (narrow == 8)
-                spec += "hh";
+                conv += "hh";
             else if (narrow == 16)
-                spec += 'h';
+                conv += 'h';
             else if (args[next] == KsFormatArg::Int64)
-                spec += "ll";
+                conv += "ll";
         }
-        spec += c;
+        conv += c;
         ++next;
         // A piece holds one conversion: literal text before it joins it.
         if (cur.conversion) {
             pieces.push_back(cur);
             cur = KsFormatPiece();
         }
-        cur.text += spec;
+        cur.text += conv;
         cur.conversion = piece.conversion;
         cur.narrow = piece.narrow;
         cur.arg = piece.arg;
