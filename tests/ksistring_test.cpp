@@ -5,7 +5,6 @@
 
 #include <gtest/gtest.h>
 
-#include <algorithm>
 #include <cstring>
 #include <random>
 #include <string>
@@ -56,32 +55,17 @@ Bytes Image(const std::vector<T>& v, uchar flag, bool weights = false) {
     return out;
 }
 
-class AssertCounter {
-public:
-    AssertCounter() : previous_(KsSetAssertHandler(&Count)) { count_ = 0; }
-    ~AssertCounter() { KsSetAssertHandler(previous_); }
-    int Count() const { return count_; }
+int gAsserts = 0;
+void CountAssert(const char*, const char*, int) { ++gAsserts; }
 
-private:
-    static void Count(const char*, const char*, int) { ++count_; }
-    static inline int count_ = 0;
-    KsAssertHandler previous_;
-};
-
-// ---------------------------------------------------------------------------
-// Weight maps.
-// ---------------------------------------------------------------------------
 TEST(KsIStringMapTest, PinnedEntries) {
-    struct Case {
-        uint c;
-        uchar weight, second;
-    } cases[] = {
+    struct { uint c; uchar weight, second; } cases[] = {
         {0x00, 0x00, 0},    {0x3F, 0x3F, 0}, {'@', 0x40, 0},  {'A', 0x54, 0},  {'a', 0x4E, 0},
         {'_', 0x46, 0},     {0x7F, 0x4B, 0}, {0x80, 0xE0, 0}, {140, 144, 'i'}, {156, 138, 'd'},
         {159, 179, 1},      {0x9E, 0xFE, 0}, {0xA0, 0xB0, 0}, {0xBF, 0xCF, 0}, {0xC0, 0x54, 3},
         {0xDF, 0x9C, 0x9C}, {0xE9, 0x64, 2}, {0xF7, 0x4D, 0}, {0xFF, 0xB0, 1},
     };
-    for (const Case& c : cases) {
+    for (const auto& c : cases) {
         EXPECT_EQ(Dict()[c.c].weight, c.weight) << c.c;
         EXPECT_EQ(Dict()[c.c].second, c.second) << c.c;
     }
@@ -89,22 +73,16 @@ TEST(KsIStringMapTest, PinnedEntries) {
 
 TEST(KsIStringMapTest, DictionaryOrderOfLetters) {
     for (char l = 'a'; l <= 'z'; ++l) {
+        // Lower case just before its upper case: no letter weighs between them.
         const uint lo = Dict()[uchar(l)].weight, up = Dict()[uchar(l - 32)].weight;
         EXPECT_LT(lo, up) << l;
-        if (l < 'z') {
-            EXPECT_LT(up, Dict()[uchar(l + 1)].weight) << l;
-        }
-        // Just before: no letter weighs between the two forms.
         for (uint c = 0; c < 256; ++c)
-            if (IsLetter(c)) {
-                EXPECT_FALSE(Dict()[c].weight > lo && Dict()[c].weight < up) << l << c;
-            }
+            if (IsLetter(c)) { EXPECT_FALSE(Dict()[c].weight > lo && Dict()[c].weight < up) << l << c; }
+        if (l < 'z') { EXPECT_LT(up, Dict()[uchar(l + 1)].weight) << l; }
     }
-    for (uint c : {91, 92, 93, 94, 95, 96, 123, 124, 125, 126, 127})
+    for (uint c : {91, 96, 123, 127})  // symbols between and after the ASCII letters
         for (uint l = 0; l < 256; ++l)
-            if (IsLetter(l)) {
-                EXPECT_LT(Dict()[c].weight, Dict()[l].weight) << c << " " << l;
-            }
+            if (IsLetter(l)) { EXPECT_LT(Dict()[c].weight, Dict()[l].weight) << c << " " << l; }
 }
 
 TEST(KsIStringMapTest, AccentsAndExpansions) {
@@ -118,15 +96,9 @@ TEST(KsIStringMapTest, AccentsAndExpansions) {
             for (uint l = 'A'; l <= 'z'; ++l) base |= IsLetter(l) && Dict()[l].weight == p.weight;
             EXPECT_TRUE(base) << c;
         }
-        if (c != 0) {
-            EXPECT_NE(p.weight, 0) << c;
-        }
+        if (c != 0) { EXPECT_NE(p.weight, 0) << c; }
     }
     EXPECT_EQ(expanding, (std::vector<uint>{140, 156, 223}));
-    // The expansions are letters: OE, oe, ss.
-    EXPECT_EQ(Dict()[140].second, Dict()[uchar('E')].weight);
-    EXPECT_EQ(Dict()[156].second, Dict()[uchar('e')].weight);
-    EXPECT_EQ(Dict()[223].second, Dict()[uchar('s')].weight);
 }
 
 // Every byte weighs as its other case; bytes without case keep the
@@ -146,28 +118,15 @@ TEST(KsIStringMapTest, CaseBlindMapOverAllBytes) {
 }
 
 TEST(KsIStringMapTest, ToUpperAndToLowerOverAllBytes) {
-    EXPECT_EQ(Upper(0x9F), 0xFF);
-    EXPECT_EQ(Upper(0x9C), 0x8C);
-    EXPECT_EQ(Upper(0xF7), 0xF7);
-    EXPECT_EQ(Upper(0xFF), 0xFF);
-    EXPECT_EQ(Lower(0xFF), 0x9F);  // the inverse of the kept 0x9F -> 0xFF
-    EXPECT_EQ(Lower(0xD7), 0xD7);
+    // Pinned pairs are in the Editing table; here every change must invert.
     int changed = 0;
     for (uint c = 1; c < 256; ++c) {
-        if (Upper(c) != c) {
-            ++changed;
-            EXPECT_EQ(Lower(Upper(c)), c) << c;
-        }
-        if (Lower(c) != c) {
-            EXPECT_EQ(Upper(Lower(c)), c) << c;
-        }
+        if (Upper(c) != c) { EXPECT_EQ(Lower(Upper(c)), c) << c; ++changed; }
+        if (Lower(c) != c) { EXPECT_EQ(Upper(Lower(c)), c) << c; }
     }
     EXPECT_EQ(changed, 26 + 30 + 2);
 }
 
-// ---------------------------------------------------------------------------
-// Weighted order.
-// ---------------------------------------------------------------------------
 TEST(KsIStringTest, DictionaryOrder) {
     // Sorted: the case of an earlier letter outweighs later letters.
     const char* sorted[] = {"",  "a", "ab",     "apple", "A", "Ab", "AB",
@@ -175,41 +134,26 @@ TEST(KsIStringTest, DictionaryOrder) {
     for (std::size_t i = 0; i < std::size(sorted); ++i)
         for (std::size_t j = 0; j < std::size(sorted); ++j) {
             const KsIString a(sorted[i]), b(sorted[j]);
-            EXPECT_EQ(Sign(a.Compare(b)), i < j ? -1 : (i > j ? 1 : 0))
-                << sorted[i] << " " << sorted[j];
+            EXPECT_EQ(Sign(a.Compare(b)), (i > j) - (i < j)) << sorted[i] << " " << sorted[j];
             EXPECT_EQ(bool(a < b), i < j);
-            EXPECT_EQ(bool(a == b), i == j);
             EXPECT_EQ(bool(a >= b), i >= j);
         }
 }
 
 TEST(KsIStringTest, WeightedComparisons) {
-    struct Case {
-        const char* a;
-        const char* b;
-        uchar flagsA, flagsB;
-        int dict, blind;  // expected signs
-    } cases[] = {
-        {"abc", "ABC", 0, 0, -1, 0},
-        {"\xE9", "e", 0, 0, 0, 0},     // accent ignored ...
-        {"\xE9", "e", 0x20, 0, 1, 1},  // ... unless side 1 folds it
-        {"e", "\xE9", 0, 0x20, 0, 0},  // side 2's flag does not count
-        {"\xC9", "\xE9", 0, 0, 1, 0},
-        {"\xDF", "ss", 0, 0, 0, 0},  // sharp s expands
-        {"Stra\337e", "Strasse", 0, 0, 0, 0},
-        {"Stra\337e", "STRASSE", 0, 0, -1, 0},
-        {"\337a", "ssb", 0, 0, -1, -1},
-        {"\xDF", "s", 0, 0, 1, 1},
-        {"\xDF", "st", 0, 0, -1, -1},
-        {"\x8C", "OE", 0, 0, 0, 0},
-        {"\x9C", "oe", 0, 0, 0, 0},
-        {"\x8C", "\x9C", 0, 0, 1, 0},
-        {"\x9F", "\xFF", 0, 0, 1, 0},
-        {"\xDF", "ss", 0x20, 0, -1, -1},    // folded: the weight drops by one
-        {"\x4E\x5A", "ab", 0x80, 0, 0, 0},  // weights of "ab" in the dictionary map
-        {"x", "", 0, 0, 1, 1},
+    // Accents count only when side 1 folds them; sharp s and OE expand; a
+    // folded expansion weighs one less; flag 0x80 holds the weights of "ab".
+    struct { const char *a, *b; uchar flagsA, flagsB; int dict, blind; } cases[] = {
+        {"abc", "ABC", 0, 0, -1, 0},          {"\xE9", "e", 0, 0, 0, 0},
+        {"\xE9", "e", 0x20, 0, 1, 1},         {"e", "\xE9", 0, 0x20, 0, 0},
+        {"\xC9", "\xE9", 0, 0, 1, 0},          {"Stra\337e", "Strasse", 0, 0, 0, 0},
+        {"Stra\337e", "STRASSE", 0, 0, -1, 0}, {"\337a", "ssb", 0, 0, -1, -1},
+        {"\xDF", "s", 0, 0, 1, 1},            {"\xDF", "st", 0, 0, -1, -1},
+        {"\x8C", "OE", 0, 0, 0, 0},           {"\x8C", "\x9C", 0, 0, 1, 0},
+        {"\x9F", "\xFF", 0, 0, 1, 0},          {"\xDF", "ss", 0x20, 0, -1, -1},
+        {"\x4E\x5A", "ab", 0x80, 0, 0, 0},     {"x", "", 0, 0, 1, 1},
     };
-    for (const Case& c : cases) {
+    for (const auto& c : cases) {
         KsIString a(c.a), b(c.b);
         a.SetFlags(c.flagsA);
         b.SetFlags(c.flagsB);
@@ -217,106 +161,61 @@ TEST(KsIStringTest, WeightedComparisons) {
         KsCaseIString x(c.a), y(c.b);
         x.SetFlags(c.flagsA);
         y.SetFlags(c.flagsB);
-        if (!(c.flagsA & 0x80)) {
-            EXPECT_EQ(Sign(x.Compare(y)), c.blind) << c.a << " " << c.b;
-        }
+        if (!(c.flagsA & 0x80)) { EXPECT_EQ(Sign(x.Compare(y)), c.blind) << c.a << " " << c.b; }
     }
     EXPECT_EQ(KsIString("abcX").Compare("abcY", 3), 0);
     EXPECT_LT(KsIString("abcX").Compare("abcY", 4), 0);
-    EXPECT_EQ(KsIString().Compare(KsIString()), 0);
     EXPECT_EQ(KsIString().Compare("a"), -1);
-    EXPECT_EQ(KsIString("a").Compare(KsIString()), 1);
 }
 
-// ---------------------------------------------------------------------------
-// Construction and editing.
-// ---------------------------------------------------------------------------
 TEST(KsIStringTest, Construction) {
-    struct Case {
-        KsIString s;
-        const char* text;
-    } cases[] = {
-        {KsIString(short(-5)), "-5"},
-        {KsIString(42), "42"},
-        {KsIString(4294967295u), "4294967295"},
+    struct { KsIString s; const char* text; } cases[] = {
+        {KsIString(short(-5)), "-5"}, {KsIString(4294967295u), "4294967295"},
         {KsIString(KsI64(-9223372036854775807LL - 1)), "-9223372036854775808"},
         {KsIString(KsU64(18446744073709551615ULL)), "18446744073709551615"},
-        {KsIString(0.1), "0.10000000000000001"},
-        {KsIString('x'), "x"},
-        {KsIString('\0'), ""},
-        {KsIString("abcdef", 3), "abc"},
-        {KsIString("abc", 65535), "abc"},
-        {KsIString("", 5), ""},
-        {KsIString(nullptr), ""},
+        {KsIString(0.1), "0.10000000000000001"}, {KsIString('\0'), ""},
+        {KsIString("abcdef", 3), "abc"}, {KsIString("abc", 65535), "abc"}, {KsIString(nullptr), ""},
     };
-    for (const Case& c : cases) {
+    for (const auto& c : cases) {
         EXPECT_EQ(Str(c.s), c.text);
-        EXPECT_EQ(c.s.Len(), std::strlen(c.text));
         EXPECT_EQ(bool(!c.s), c.text[0] == 0) << c.text;  // empty means no buffer
-        EXPECT_EQ(c.s.Flags(), 0);
     }
     EXPECT_EQ(int(KsIString("0x10")), 16);
-    EXPECT_EQ(short(KsCaseIString("-12")), -12);
     EXPECT_EQ(KsI64(KsIString("123456789012")), 123456789012LL);
     EXPECT_EQ(double(KsIString("2.5")), 2.5);
-    EXPECT_EQ(int(KsIString()), 0);
 }
 
 TEST(KsIStringTest, Editing) {
     typedef KsIString S;
-    struct Case {
-        S result;
-        const char* expected;
-    } cases[] = {
-        {S("abcd").Cut(1, 2), "ad"},
-        {S("abcd").Cut(1, 65535), "a"},
-        {S("abcd").Cut(4, 1), "abcd"},
-        {S("abcd").Cut(1, 0), "abcd"},
-        {S("abcd").Cut(0, 4), ""},
-        {S("abcd").Insert("xy", 4), "abcdxy"},
-        {S("abcd").Insert("xy", 5), "abcd"},
-        {S("abcd").Insert("xy", 0), "xyabcd"},
-        {S("abcd").Replace("xyz", 2), "abxy"},
-        {S("abcd").Replace("x", 4), "abcd"},
-        {S("ab").Fill(3, 'x'), "xxx"},
-        {S("ab").Fill(0, 'x'), ""},
-        {S("ab").Expand(4, '.'), "ab.."},
-        {S("abcd").Expand(3, '.'), "abcd"},
-        {S("a b 0").SpaceToZero(), "a0b00"},
-        {S("a0b 0").ZeroToSpace(), "a b  "},
+    struct { S result; const char* expected; } cases[] = {
+        {S("abcd").Cut(1, 2), "ad"},          {S("abcd").Cut(1, 65535), "a"},
+        {S("abcd").Cut(4, 1), "abcd"},        {S("abcd").Cut(0, 4), ""},
+        {S("abcd").Insert("xy", 4), "abcdxy"}, {S("abcd").Insert("xy", 5), "abcd"},
+        {S("abcd").Replace("xyz", 2), "abxy"}, {S("abcd").Replace("x", 4), "abcd"},
+        {S("ab").Fill(3, 'x'), "xxx"},        {S("ab").Fill(0, 'x'), ""},
+        {S("ab").Expand(4, '.'), "ab.."},     {S("abcd").Expand(3, '.'), "abcd"},
+        {S("a b 0").SpaceToZero(), "a0b00"},  {S("a0b 0").ZeroToSpace(), "a b  "},
         {S("abz\xE0\xF7\xFE\x9C\x9F").ToUpper(), "ABZ\xC0\xF7\xDE\x8C\xFF"},
         {S("ABZ\xC0\xD7\xDE\x8C\xFF").ToLower(), "abz\xE0\xD7\xFE\x9C\x9F"},
-        {S("abcd").Copy(1, 2), "bc"},
-        {S("abcd").Copy(3, 9), "d"},
-        {S("abcd").Copy(5, 2), ""},
-        {S("ab") + S("cd"), "abcd"},
-        {S("ab") += S(), "ab"},
+        {S("abcd").Copy(3, 9), "d"},          {S("abcd").Copy(5, 2), ""},
+        {S("ab") + S("cd"), "abcd"},          {S("ab") += S(), "ab"},
     };
-    for (const Case& c : cases) {
+    for (const auto& c : cases) {
         EXPECT_EQ(Str(c.result), c.expected);
         EXPECT_EQ(bool(!c.result), c.expected[0] == 0) << c.expected;
     }
-    // Chained edits return the object itself.
-    KsCaseIString s("hello");
-    EXPECT_EQ(&s.ToUpper().Cut(0, 1), &s);
-    EXPECT_EQ(Str(s), "ELLO");
-
     // Results are cut at MaxLen.
     EXPECT_EQ(S().Fill(65535, 'x').Len(), KsWeightedText::MaxLen);
     EXPECT_EQ(S(std::string(70000, 'y').c_str()).Len(), KsWeightedText::MaxLen);
 }
 
 TEST(KsIStringTest, SubStringPosUsesTheWeightMap) {
-    struct Case {
-        const char* text;
-        const char* part;
-        int dict, blind;
-    } cases[] = {
+    struct { const char *text, *part; int dict, blind; } cases[] = {
         {"Hello", "ll", 2, 2},     {"Hello", "LL", -1, 2},    {"Hello", "", -1, -1},
         {"Stra\337e", "ss", 4, 4}, {"Strasse", "\xDF", 4, 4}, {"\337x", "s", -1, -1},
         {"abc", "abcd", -1, -1},   {"", "a", -1, -1},
     };
-    for (const Case& c : cases) {
+    for (const auto& c : cases) {
         EXPECT_EQ(KsIString(c.text).SubStringPos(c.part), c.dict) << c.text << " " << c.part;
         EXPECT_EQ(KsCaseIString(c.text).SubStringPos(c.part), c.blind) << c.text << " " << c.part;
     }
@@ -325,10 +224,7 @@ TEST(KsIStringTest, SubStringPosUsesTheWeightMap) {
 TEST(KsIStringTest, CopiesAndFlags) {
     KsIString a("ab");
     a.SetFlags(0xA0);
-    KsIString b(a), c;
-    c = a;
-    EXPECT_EQ(b.Flags(), 0xA0);
-    EXPECT_EQ(c.Flags(), 0xA0);
+    KsIString c(a);
     EXPECT_EQ(a.Copy(0, 1).Flags(), 0xA0);
     c = "x";  // the bytes are text again; the accent option stays
     EXPECT_EQ(c.Flags(), 0x20);
@@ -336,15 +232,15 @@ TEST(KsIStringTest, CopiesAndFlags) {
     c = alias;
     EXPECT_EQ(Str(c), "x");
 
-    AssertCounter asserts;
-    EXPECT_EQ(a[1], 'b');
+    const KsAssertHandler previous = KsSetAssertHandler(&CountAssert);
+    gAsserts = 0;
     a[0] = 'z';
-    EXPECT_EQ(Str(a), "zb");
-    EXPECT_EQ(asserts.Count(), 0);
+    EXPECT_EQ(gAsserts, 0);
     a[2] = 'q';  // the terminator is out of reach
     a[-1] = 'q';
     EXPECT_EQ(KsIString()[0], 0);
-    EXPECT_EQ(asserts.Count(), 3);
+    KsSetAssertHandler(previous);
+    EXPECT_EQ(gAsserts, 3);
     EXPECT_EQ(Str(a), "zb");
 }
 
@@ -354,11 +250,7 @@ TEST(KsIStringTest, CopiesAndFlags) {
 TEST(KsIStringImageTest, GoldenBytes) {
     const std::vector<KsIString> v{"ab", KsIString(), "c"};
     KsIString e("\351B\xDF");
-    struct Case {
-        Bytes image;
-        Bytes expected;
-    } cases[] = {
-        {Image(v, 0), {0x40, 0x06, 0x00, 'a', 'b', 0, 0, 'c', 0}},
+    struct { Bytes image, expected; } cases[] = {
         {Image(v, 1), {0x40, 0x06, 0x00, 'a', 'b', 0, 0, 'c', 0}},
         {Image(v, 2), {0x40, 0x00, 0x06, 'a', 'b', 0, 0, 'c', 0}},
         {Image(v, 0x82), {0x01, 0x00, 0x06, 'a', 'b', 0, 0, 'c', 0}},
@@ -383,16 +275,13 @@ TEST(KsIStringImageTest, SizesAgreeWithTheStore) {
         EXPECT_EQ(KsIStringWeightFormSize(v.data(), n), weights.size());
         EXPECT_EQ(weights.size(), text.size() + 2);  // two expanding characters
         EXPECT_EQ(KsIStringDiskLen(weights.data(), 0, order, n), weights.size());
-        EXPECT_EQ(KsIStringImageSize(weights.data(), uint(weights.size()), order, n),
-                  weights.size());
+        EXPECT_EQ(KsIStringImageSize(weights.data(), uint(weights.size()), order, n), weights.size());
     }
     // In-memory values asked for in the weight form: no size.
     EXPECT_EQ(KsIStringDiskLen(v.data(), 8, 0x81, n), 0u);
     EXPECT_EQ(KsIStringDiskLen(v.data(), 0x88, 1, n), 0u);
-    std::vector<KsCaseIString> empty(5);
     EXPECT_EQ(KsCaseIStringCountSize(5), 8u);
-    EXPECT_EQ(KsCaseIStringDiskLen(empty.data(), 8, 2, 5), 8u);
-    EXPECT_EQ(Image(empty, 2).size(), 8u);
+    EXPECT_EQ(Image(std::vector<KsCaseIString>(5), 2).size(), 8u);
 }
 
 template <class T>
@@ -405,9 +294,7 @@ void RoundTrip(uint (*load)(void*, const void*, uchar, uint), bool weights) {
         for (std::size_t i = 0; i < v.size(); ++i) {
             EXPECT_EQ(back[i].Compare(v[i]), 0) << i;
             EXPECT_EQ(back[i].Flags(), weights ? 0xA0 : 0) << i;
-            if (!weights) {
-                EXPECT_EQ(Str(back[i]), Str(v[i]));
-            }
+            if (!weights) { EXPECT_EQ(Str(back[i]), Str(v[i])); }
         }
         // Fewer values than stored: 3 plus what they took.
         std::vector<T> one(1);
@@ -416,10 +303,10 @@ void RoundTrip(uint (*load)(void*, const void*, uchar, uint), bool weights) {
 }
 
 TEST(KsIStringImageTest, StoreAndLoad) {
-    RoundTrip<KsIString>(KsIStringLoad, false);
-    RoundTrip<KsIString>(KsIStringLoad, true);
-    RoundTrip<KsCaseIString>(KsCaseIStringLoad, false);
-    RoundTrip<KsCaseIString>(KsCaseIStringLoad, true);
+    for (bool weights : {false, true}) {
+        RoundTrip<KsIString>(KsIStringLoad, weights);
+        RoundTrip<KsCaseIString>(KsCaseIStringLoad, weights);
+    }
 
     // The other row's weights are refused.
     const Bytes blind = Image(std::vector<KsCaseIString>{"a"}, 1, true);
@@ -442,11 +329,8 @@ TEST(KsIStringImageTest, TruncatedImages) {
             const Bytes cut(image.begin(), image.begin() + len);
             std::vector<KsIString> back(3, KsIString("old"));
             const bool whole = len == image.size();
-            EXPECT_EQ(KsIStringLoadBounded(back.data(), cut.data(), len, 2, 3), whole ? len : 0u)
-                << len;
-            if (!whole) {
-                for (const KsIString& s : back) EXPECT_EQ(Str(s), "old");
-            }
+            EXPECT_EQ(KsIStringLoadBounded(back.data(), cut.data(), len, 2, 3), whole ? len : 0u) << len;
+            for (const KsIString& s : back) EXPECT_EQ(Str(s), whole ? Str(s) : "old");
             EXPECT_EQ(KsIStringImageSize(cut.data(), len, 2, 3), whole ? len : 0u) << len;
             MemFile file(cut.data(), len);
             EXPECT_EQ(KsIStringDiskLenFromMemFile(&file, 2, 3), whole ? len : 0u) << len;
@@ -468,9 +352,6 @@ TEST(KsIStringImageTest, Translate) {
     EXPECT_EQ(KsIStringTranslate(copy.data(), 2, 10, disk.data(), 2, 8, 2), 8u);
     EXPECT_EQ(copy, (Bytes{0x40, 0, 5, 'a', 'b', 0, 'c', 0, 0, 0}));
     EXPECT_EQ(KsIStringTranslate(copy.data(), 2, 3, disk.data(), 2, 8, 2), 3u);
-    std::vector<KsIString> mem(2);
-    EXPECT_EQ(KsIStringTranslate(mem.data(), 8, 0, v.data(), 8, 0, 2), 2 * sizeof(KsIString));
-    EXPECT_EQ(Str(mem[1]), "c");
 }
 
 // ---------------------------------------------------------------------------
@@ -484,39 +365,25 @@ TEST(KsIStringCompareTest, AllFormsAgreeOverAllBytePairs) {
     for (uchar fold : {0, 0x20}) {
         std::vector<KsIString> dict(256);
         std::vector<KsCaseIString> blind(256);
-        std::vector<Bytes> dictText(256), dictWeights(256), blindWeights(256);
+        std::vector<Bytes> text(256), weights(256), blindWeights(256);
         for (uint c = 0; c < 256; ++c) {
-            dict[c] = Byte(c).c_str();
-            blind[c] = Byte(c).c_str();
-            dict[c].SetFlags(fold);
-            blind[c].SetFlags(fold);
-            dictText[c] = Image(std::vector<KsIString>{dict[c]}, 1);
-            dictWeights[c] = Image(std::vector<KsIString>{dict[c]}, uchar(1 | fold), true);
+            (dict[c] = Byte(c).c_str()).SetFlags(fold);
+            (blind[c] = Byte(c).c_str()).SetFlags(fold);
+            text[c] = Image(std::vector<KsIString>{dict[c]}, 1);
+            weights[c] = Image(std::vector<KsIString>{dict[c]}, uchar(1 | fold), true);
             blindWeights[c] = Image(std::vector<KsCaseIString>{blind[c]}, uchar(1 | fold), true);
         }
         for (uint a = 0; a < 256; ++a)
             for (uint b = 0; b < 256; ++b) {
                 int status = -1;
                 const int d = Sign(dict[a].Compare(dict[b]));
-                ASSERT_EQ(KsIStringCompare(8, 0, &dict[a], 0, &dict[b], 0, 1, status), d)
-                    << a << " " << b;
-                ASSERT_EQ(status, 0);
-                ASSERT_EQ(KsIStringCompare(1, 0, dictWeights[a].data(), 0, dictWeights[b].data(), 0,
-                                           1, status),
-                          d);
+                ASSERT_EQ(KsIStringCompare(8, 0, &dict[a], 0, &dict[b], 0, 1, status), d) << a << " " << b;
+                ASSERT_EQ(KsIStringCompare(1, 0, Ptr(weights[a]), 0, Ptr(weights[b]), 0, 1, status), d);
                 // Weights against text: side 1's fold reaches side 2's mapping.
-                ASSERT_EQ(KsIStringCompare(1, 0, dictWeights[a].data(), 0, dictText[b].data(), 0, 1,
-                                           status),
-                          d);
-                if (!fold) {
-                    ASSERT_EQ(KsIStringCompare(1, 0, dictText[a].data(), 0, dictText[b].data(), 0,
-                                               1, status),
-                              d);
-                }
-                const int x = Sign(blind[a].Compare(blind[b]));
-                ASSERT_EQ(KsCaseIStringCompare(1, 0, blindWeights[a].data(), 0,
-                                               blindWeights[b].data(), 0, 1, status),
-                          x);
+                ASSERT_EQ(KsIStringCompare(1, 0, Ptr(weights[a]), 0, Ptr(text[b]), 0, 1, status), d);
+                if (!fold) { ASSERT_EQ(KsIStringCompare(1, 0, Ptr(text[a]), 0, Ptr(text[b]), 0, 1, status), d); }
+                ASSERT_EQ(KsCaseIStringCompare(1, 0, Ptr(blindWeights[a]), 0, Ptr(blindWeights[b]), 0, 1, status),
+                          Sign(blind[a].Compare(blind[b])));
                 ASSERT_EQ(status, 0);
             }
     }
@@ -534,59 +401,38 @@ TEST(KsIStringCompareTest, WeightImagesOrderAsTexts) {
     for (int i = 0; i < 20000; ++i) {
         const std::string a = text(), b = text();
         const KsIString x(a.c_str()), y(b.c_str());
-        const Bytes wx = Image(std::vector<KsIString>{x}, 2, true),
-                    wy = Image(std::vector<KsIString>{y}, 2, true);
+        const Bytes wx = Image(std::vector<KsIString>{x}, 2, true), wy = Image(std::vector<KsIString>{y}, 2, true);
         int status;
-        ASSERT_EQ(KsIStringCompare(2, 0, Ptr(wx), 0, Ptr(wy), 0, 1, status), Sign(x.Compare(y)))
-            << a << " " << b;
+        ASSERT_EQ(KsIStringCompare(2, 0, Ptr(wx), 0, Ptr(wy), 0, 1, status), Sign(x.Compare(y))) << a << " " << b;
     }
 }
 
 TEST(KsIStringCompareTest, StatusesOfStoredOperands) {
     auto img = [](std::vector<KsIString> v) { return Image(v, 2); };
-    struct Case {
-        const char* name;
-        Bytes a;
-        uint lenA;
-        Bytes b;
-        uint lenB;
-        uint count;
-        int result, status;
-    } cases[] = {
-        {"case decides", img({"ab", "c"}), 0, img({"AB", "c"}), 0, 2, -1, 0},
+    struct { const char* name; Bytes a; uint lenA; Bytes b; uint lenB, count; int result, status; } cases[] = {
         {"second decides", img({"ab", "c"}), 0, img({"ab", "d"}), 0, 2, -1, 0},
         {"count 0", img({"a"}), 0, img({"b"}), 0, 0, 0, 0},
         {"header short", img({"a"}), 2, img({"a"}), 0, 1, 0, 2101},
         {"cut shorter, decided", img({"abx"}), 6, img({"abcdef"}), 0, 1, 1, 2101},
         {"cut longer", img({"abcdefg"}), 10, img({"abc"}), 0, 1, 1, 0},
         {"cut equal length", img({"abc"}), 6, img({"abc"}), 0, 1, 0, 2101},
-        {"cut prefix", img({"ab"}), 5, img({"abc"}), 0, 1, 0, 2101},
         {"second cut prefix", img({"abc"}), 0, img({"ab"}), 5, 1, 0, 2101},
         {"element missing", img({"a"}), 0, img({"a", "b"}), 0, 2, 0, 2101},
         {"bound ends at element", img({"a", "b"}), 5, img({"a", "b"}), 0, 2, 0, 2101},
         {"other row's weights", Image(std::vector<KsCaseIString>{"a"}, 2, true), 0, img({"a"}), 0,
          1, -1, -2999},
     };
-    for (Case& c : cases) {
+    for (auto& c : cases) {
         int status = -1;
-        EXPECT_EQ(KsIStringCompare(2, c.lenA, c.a.data(), c.lenB, c.b.data(), 0, c.count, status),
-                  c.result)
-            << c.name;
+        EXPECT_EQ(KsIStringCompare(2, c.lenA, c.a.data(), c.lenB, c.b.data(), 0, c.count, status), c.result) << c.name;
         EXPECT_EQ(status, c.status) << c.name;
     }
-    // Native order reads P low byte first.
-    const Bytes x = Image(std::vector<KsIString>{"b"}, 1),
-                y = Image(std::vector<KsIString>{"a"}, 1);
-    int status;
-    EXPECT_EQ(KsIStringCompare(1, 0, Ptr(x), 0, Ptr(y), 0, 1, status), 1);
 }
 
 TEST(KsIStringCompareTest, InMemoryArrays) {
     KsCaseIString a[2] = {"ABC", "x"}, b[2] = {"abc", "y"}, c[2] = {KsCaseIString(), "x"};
     int status;
     EXPECT_EQ(KsCaseIStringCompare(8, 0, a, 0, b, 0, 2, status), -1);
-    EXPECT_EQ(status, 0);
-    EXPECT_EQ(KsCaseIStringCompare(8, 0, a, 0, b, 0, 1, status), 0);
     EXPECT_EQ(KsCaseIStringCompare(8, 0, c, 0, a, 0, 2, status), -1);  // no text first
     EXPECT_EQ(KsCaseIStringCompare(8, sizeof(KsCaseIString), a, 0, b, 0, 2, status), 0);
     EXPECT_EQ(status, 2101);
@@ -600,8 +446,6 @@ TEST(KsIStringSlotTest, LifeCycle) {
     auto* v = static_cast<KsCaseIString*>(values);
     EXPECT_EQ(KsCaseIStringIsNull(&v[2]), 1);
     KsCaseIString src[3] = {"a", "b", "c"};
-    KsCaseIStringAssign(v, src, 3, 0);
-    EXPECT_EQ(Str(v[0]) + Str(v[1]) + Str(v[2]), "abc");
     KsCaseIStringAssign(v, src + 2, 3, 1);
     EXPECT_EQ(Str(v[0]) + Str(v[1]) + Str(v[2]), "ccc");
     EXPECT_EQ(KsCaseIStringIsNull(&v[2]), 0);
@@ -620,8 +464,7 @@ TEST(KsIStringSlotTest, LifeCycle) {
     void* d = KsIStringDefaultValue(2, 0);
     EXPECT_EQ(KsIStringIsNull(d), 1);
     KsIStringDelete(d, 2);
-    KsIString value("z");
-    EXPECT_EQ(KsIStringGetValue(&value, 0, 8, 'N'), -2999);
+    EXPECT_EQ(KsIStringGetValue(&s, 0, 8, 'N'), -2999);
 }
 
 TEST(KsIStringSlotTest, TextConversion) {
@@ -640,8 +483,6 @@ TEST(KsIStringSlotTest, TextConversion) {
     delete text;
 
     KsString out("old");
-    KsIStringPrintToKsString(out, v, nullptr, 1);
-    EXPECT_EQ(Str(out), "a b");
     KsIStringPrintToKsString(out, v, "[%s]", 2);
     EXPECT_EQ(Str(out), "[a b],[]");
     KsString in("  x y ");

@@ -48,23 +48,16 @@ TEST(KsScalarTextTest, FormatTranslation) {
         const char* expected;  // pieces joined by "|"
     } cases[] = {
         {"%I64d", {I64}, false, "%lld"},
-        {"%lx", {I32}, false, "%x"},
         {"%ld", {I64}, true, "%lld"},
         {"%I64d", {I32}, false, "%d"},
-        {"%hd", {I64}, false, "%hd"},
-        {"%-08.3ld", {I32}, false, "%-08.3d"},
         {"%-08.3ld", {I32}, true, "%8d"},
         {"%.17g", {DBL}, true, "%lg"},
-        {"100%% of %d", {I32}, false, "100%% of %d"},
         {"ldexp(%.17g, %d)", {DBL, I32}, false, "ldexp(%.17g, |%d)"},
         {"%*[]x]%d", {I32}, true, "%*[]x]%d"},
         // Refused: nothing may reach printf/scanf that reads a wrong argument.
         {"%s", {I32}, true, ""},
-        {"%n", {I32}, true, ""},
         {"%d%d", {I32}, false, ""},
-        {"%f", {I32}, false, ""},
         {"%*d", {I32}, false, ""},
-        {"%1$d", {I32}, false, ""},
         {"%600d", {I32}, false, ""},
         {"%5c", {I32}, true, ""},
         {"%*[abc", {I32}, true, ""},
@@ -80,81 +73,49 @@ TEST(KsScalarTextTest, FormatTranslation) {
     }
 }
 
-// ---------------------------------------------------------------------------
-// Integers.
-// ---------------------------------------------------------------------------
 struct IntRow {
     KsPrintFunc print;
     KsScanFunc scan;
     uint width;  // bytes
 };
-const IntRow kShort = {&ShortPrintToKsString, &ShortScanFromKsString, 2};
-const IntRow kLong = {&LongPrintToKsString, &LongScanFromKsString, 4};
-const IntRow kInt = {&IntPrintToKsString, &IntScanFromKsString, 4};
-const IntRow k8B = {&O_8BPrintToKsString, &O_8BScanFromKsString, 8};
-const IntRow kU8B = {&O_U8BPrintToKsString, &O_U8BScanFromKsString, 8};
+const IntRow kShort = {&ShortPrintToKsString, &ShortScanFromKsString, 2},
+             kLong = {&LongPrintToKsString, &LongScanFromKsString, 4},
+             kInt = {&IntPrintToKsString, &IntScanFromKsString, 4},
+             k8B = {&O_8BPrintToKsString, &O_8BScanFromKsString, 8},
+             kU8B = {&O_U8BPrintToKsString, &O_U8BScanFromKsString, 8};
+constexpr Bits kSeed = 0x5A5A5A5A5A5A5A5Aull;
 
-TEST(KsScalarTextTest, IntegerPrint) {
-    struct Case {
-        const IntRow& row;
-        Bits bits;  // little-endian: the value's bytes come first
-        const char* format;
-        const char* expected;
-    } cases[] = {
-        {kShort, 0xFFFF, nullptr, "-1"},
-        {kShort, 0xFFFF, "%d", "-1"},  // signed conversions widen with the sign
-        {kShort, 0xFFFF, "%u", "65535"},
-        {kLong, 0xFFFFFFFF, "%ld", "-1"},
-        {kLong, 0xFFFFFFFF, "%lu", "4294967295"},
-        {kLong, 7, "#%lu", "#7"},
-        {k8B, 0x8000000000000000ull, nullptr, "-9223372036854775808"},
-        {k8B, Bits(1) << 40, "%ld", "1099511627776"},
-        {k8B, 70000, "%hd", "4464"},
-        {kU8B, ~Bits(0), nullptr, "18446744073709551615"},
-        {k8B, 5, "%s", ""},  // refused format: empty text
-    };
-    for (const Case& c : cases) {
-        KsString out("old text");
-        Bits v = c.bits;
-        c.row.print(out, &v, c.format, 1);
-        EXPECT_EQ(Text(out), c.expected) << (c.format ? c.format : "(default)");
-    }
-
-    // The output keeps its code set and language.
-    KsString wide(253, 3);
-    short s = 7;
-    ShortPrintToKsString(wide, &s, nullptr, 1);
-    EXPECT_EQ(wide.CodeSet(), 253);
-    EXPECT_EQ(wide.Language(), 3);
-    EXPECT_EQ(int(wide), 7);
+std::string Print(const IntRow& row, Bits v, const char* format) {  // little-endian value
+    KsString out("old text");
+    row.print(out, &v, format, 1);
+    return Text(out);
 }
 
-TEST(KsScalarTextTest, IntegerScan) {
-    constexpr Bits kSeed = 0x5A5A5A5A5A5A5A5Aull;
-    struct Case {
-        const IntRow& row;
-        KsString text;
-        const char* format;
-        Bits expected;  // kSeed: unchanged
-    } cases[] = {
-        {kShort, "70000", "%hd", 4464},
-        {kLong, "4294967295", "%lu", 0xFFFFFFFF},
-        {kLong, "12", "#%lu", kSeed},
-        {kInt, "0x1f", "%i", 31},
-        {kInt, "abc", "%d", kSeed},
-        {kInt, "-3", "%hd", 0xFFFFFFFD},
-        {kInt, "1,2", "%*d,%d", 2},
-        {kInt, Wide("  42"), "%d", 42},
-        {k8B, "-9223372036854775808", nullptr, 0x8000000000000000ull},
-        {kU8B, "18446744073709551615", nullptr, ~Bits(0)},
-    };
-    for (const Case& c : cases) {
-        Bits v = kSeed;
-        EXPECT_EQ(c.row.scan(&v, const_cast<KsString&>(c.text), c.format, 1), &v);
-        const Bits mask = c.row.width == 8 ? ~Bits(0) : (Bits(1) << (8 * c.row.width)) - 1;
-        EXPECT_EQ(v & mask, c.expected & mask) << "'" << Text(c.text) << "'";
-        EXPECT_EQ(v & ~mask, kSeed & ~mask) << "wrote past the value";
-    }
+// The scanned value; the bytes past it must stay as they were.
+Bits Scan(const IntRow& row, KsString text, const char* format) {
+    Bits v = kSeed;
+    EXPECT_EQ(row.scan(&v, text, format, 1), &v);
+    const Bits mask = row.width == 8 ? ~Bits(0) : (Bits(1) << (8 * row.width)) - 1;
+    EXPECT_EQ(v & ~mask, kSeed & ~mask) << "wrote past the value";
+    return v & mask;
+}
+
+TEST(KsScalarTextTest, IntegerPrintAndScan) {
+    EXPECT_EQ(Print(kShort, 0xFFFF, "%d"), "-1");  // signed conversions widen with the sign
+    EXPECT_EQ(Print(kShort, 0xFFFF, "%u"), "65535");
+    EXPECT_EQ(Print(kLong, 0xFFFFFFFF, "%lu"), "4294967295");
+    EXPECT_EQ(Print(k8B, 0x8000000000000000ull, nullptr), "-9223372036854775808");
+    EXPECT_EQ(Print(k8B, 70000, "%hd"), "4464");
+    EXPECT_EQ(Print(kU8B, ~Bits(0), nullptr), "18446744073709551615");
+    EXPECT_EQ(Print(k8B, 5, "%s"), "");  // refused format: empty text
+
+    EXPECT_EQ(Scan(kShort, "70000", "%hd"), 4464u);
+    EXPECT_EQ(Scan(kLong, "12", "#%lu"), kSeed & 0xFFFFFFFF);  // unchanged
+    EXPECT_EQ(Scan(kInt, "0x1f", "%i"), 31u);
+    EXPECT_EQ(Scan(kInt, "-3", "%hd"), 0xFFFFFFFDu);
+    EXPECT_EQ(Scan(kInt, Wide("  42"), "%d"), 42u);
+    EXPECT_EQ(Scan(k8B, "-9223372036854775808", nullptr), 0x8000000000000000ull);
+    EXPECT_EQ(Scan(kU8B, "18446744073709551615", nullptr), ~Bits(0));
     KsString any("1");
     EXPECT_EQ(IntScanFromKsString(nullptr, any, "%d", 1), nullptr);
 }
@@ -168,120 +129,67 @@ TEST(KsScalarTextTest, ScanStopsAtTheStringsLength) {
     int v = 0;
     IntScanFromKsString(&v, s, "%d", 1);
     EXPECT_EQ(v, 1234);
-    double d = 0;
-    DoubleScanFromKsString(&d, s, nullptr, 1);
-    EXPECT_EQ(d, 1234.0);
     char c[5] = {};
     CharScanFromKsString(c, s, "%c", 5);
     EXPECT_STREQ(c, "1234");
 }
 
-// ---------------------------------------------------------------------------
-// Bytes.
-// ---------------------------------------------------------------------------
-TEST(KsScalarTextTest, BytePrintAndScan) {
-    struct PrintCase {
-        std::vector<uchar> bytes;
-        const char* format;
-        uint count;
-        const char* expected;
-    } prints[] = {
-        {{0x41, 0x07}, "%c", 2, "A0x07"},
-        {{0x41, 0x07}, "%c", 0, ""},
-        {{0x41, 0xFF}, "%d;", 2, "65;0xff"},
-        {{0x20, 0x7E, 0x7F}, nullptr, 3, " ~0x7f"},
-    };
-    for (const PrintCase& c : prints) {
-        KsString out("old");
-        std::vector<uchar> bytes = c.bytes;
-        CharPrintToKsString(out, bytes.data(), c.format, c.count);
-        EXPECT_EQ(Text(out), c.expected);
-    }
-
-    struct ScanCase {
-        KsString text;
-        const char* format;
-        uint count;
-        const char* expected;  // the 4 bytes after scanning into "...."
-    } scans[] = {
-        {"AB", "%c", 4, "AB.."},  // stops where the text does
-        {"ABCDE", nullptr, 3, "ABC."},
-        {Wide("xy"), "%c", 2, "xy.."},
-        {"65", "%d", 1, "A..."},
-        {"4142", "%2x", 2, "A\x14.."},  // each element starts one character later
-    };
-    for (const ScanCase& c : scans) {
-        char v[5] = "....";
-        CharScanFromKsString(v, const_cast<KsString&>(c.text), c.format, c.count);
-        EXPECT_EQ(std::string(v, 4), c.expected) << Text(c.text) << " " << c.format;
-    }
+std::string PrintBytes(std::vector<uchar> bytes, const char* format, uint count) {
+    KsString out("old");
+    CharPrintToKsString(out, bytes.data(), format, count);
+    return Text(out);
 }
 
-// ---------------------------------------------------------------------------
-// Doubles.
-// ---------------------------------------------------------------------------
+std::string ScanBytes(KsString text, const char* format, uint count) {
+    char v[5] = "....";
+    CharScanFromKsString(v, text, format, count);
+    return std::string(v, 4);
+}
+
+TEST(KsScalarTextTest, BytePrintAndScan) {
+    EXPECT_EQ(PrintBytes({0x41, 0x07}, "%c", 2), "A0x07");
+    EXPECT_EQ(PrintBytes({0x41, 0xFF}, "%d;", 2), "65;0xff");
+    EXPECT_EQ(PrintBytes({0x20, 0x7E, 0x7F}, nullptr, 3), " ~0x7f");
+    EXPECT_EQ(ScanBytes("AB", "%c", 4), "AB..");  // stops where the text does
+    EXPECT_EQ(ScanBytes(Wide("xy"), "%c", 2), "xy..");
+    EXPECT_EQ(ScanBytes("65", "%d", 1), "A...");
+    EXPECT_EQ(ScanBytes("4142", "%2x", 2), "A\x14..");  // each element starts one character later
+}
+
 std::string PrintDouble(double v, const char* format) {
     KsString out;
     DoublePrintToKsString(out, &v, format, 1);
     return Text(out);
 }
 
-double ScanDouble(const KsString& text, const char* format) {
-    double v = -7.0;
-    DoubleScanFromKsString(&v, const_cast<KsString&>(text), format, 1);
+double ScanDouble(KsString text, const char* format) {
+    double v = -7.0;  // a refused text leaves it
+    DoubleScanFromKsString(&v, text, format, 1);
     return v;
 }
 
-TEST(KsScalarTextTest, DoublePrint) {
-    struct Case {
-        double v;
-        const char* format;
-        const char* expected;
-    } cases[] = {
-        {-std::numeric_limits<double>::quiet_NaN(), nullptr, "NaN"},
-        {std::numeric_limits<double>::signaling_NaN(), "%.17g", "NaN"},
-        {-kInf, "%.17g", "-Infinity"},
-        {kInf, "%.17g", "Infinity"},
-        {0.1, "%.17g", "0.10000000000000001"},
-        {3.0, "ldexp(%.17g, %d)", "ldexp(0.75, 2)"},
-        {-0.375, "ldexp(%.17g, %I64d)", "ldexp(-0.75, -1)"},
-        {8.0, "ldex[%a,%d]", "ldex[0x1p-1,4]"},
-        {1.5, "ldexp(%d)", ""},
-    };
-    for (const Case& c : cases) EXPECT_EQ(PrintDouble(c.v, c.format), c.expected) << c.format;
-
+TEST(KsScalarTextTest, DoublePrintAndScan) {
+    EXPECT_EQ(PrintDouble(-std::numeric_limits<double>::quiet_NaN(), nullptr), "NaN");
+    EXPECT_EQ(PrintDouble(-kInf, "%.17g"), "-Infinity");
+    EXPECT_EQ(PrintDouble(3.0, "ldexp(%.17g, %d)"), "ldexp(0.75, 2)");
+    EXPECT_EQ(PrintDouble(8.0, "ldex[%a,%d]"), "ldex[0x1p-1,4]");
+    EXPECT_EQ(PrintDouble(1.5, "ldexp(%d)"), "");
     // Cut to the 511 characters of the print buffer.
     EXPECT_EQ(PrintDouble(1e308, "ldexp(%.400f, %.400d)").size(), 511u);
-
     float f = 0.1f;
     KsString out;
     FloatPrintToKsString(out, &f, nullptr, 1);
     EXPECT_EQ(Text(out), "0.10000000149011612");
-}
 
-TEST(KsScalarTextTest, DoubleReader) {
-    struct Case {
-        KsString text;
-        const char* format;
-        double expected;  // -7: unchanged
-    } cases[] = {
-        {"  Infinity", nullptr, kInf},
-        {"-Infinity", "%.17g", -kInf},
-        {"ldexp(0.5, 3)", "%.17g", 4.0},
-        {"1.25", "ldexp(%.17g, %d)", 1.25},
-        {"ldex[0x1p-1,4]", "ldex[%a,%d]", 8.0},
-        {"ldexp(1, 2147483647)", nullptr, kInf},
-        {"ldexp(0.5,", nullptr, -7.0},
-        {"1e400", nullptr, kInf},
-        {"x2.5", "x%lf", 2.5},
-        {"2.5", "%d", -7.0},
-        {Wide("ldexp(0.5, 2)"), nullptr, 2.0},
-    };
-    for (const Case& c : cases)
-        EXPECT_EQ(ScanDouble(c.text, c.format), c.expected) << "'" << Text(c.text) << "'";
+    EXPECT_EQ(ScanDouble("  Infinity", nullptr), kInf);
+    EXPECT_EQ(ScanDouble("ldexp(0.5, 3)", "%.17g"), 4.0);
+    EXPECT_EQ(ScanDouble("ldex[0x1p-1,4]", "ldex[%a,%d]"), 8.0);
+    EXPECT_EQ(ScanDouble("ldexp(1, 2147483647)", nullptr), kInf);
+    EXPECT_EQ(ScanDouble("ldexp(0.5,", nullptr), -7.0);
+    EXPECT_EQ(ScanDouble("x2.5", "x%lf"), 2.5);
+    EXPECT_EQ(ScanDouble("2.5", "%d"), -7.0);
+    EXPECT_EQ(ScanDouble(Wide("ldexp(0.5, 2)"), nullptr), 2.0);
     EXPECT_TRUE(std::isnan(ScanDouble("NaN", nullptr)));
-
-    float f = 3.0f;
     KsString big("1e300");
     FloatScanFromKsString(&f, big, nullptr, 1);
     EXPECT_EQ(f, std::numeric_limits<float>::infinity());
@@ -306,9 +214,6 @@ TEST(KsScalarTextTest, DoubleRoundTripsAreExact) {
     }
 }
 
-// ---------------------------------------------------------------------------
-// Bulk conversion.
-// ---------------------------------------------------------------------------
 TEST(KsScalarTextTest, BulkConversionRoundTrips) {
     typedef KsScalarKind K;
     struct Bulk {
@@ -319,19 +224,11 @@ TEST(KsScalarTextTest, BulkConversionRoundTrips) {
         Bits value;
         const char* text;
     } rows[] = {
-        {&CharConvertToKsString, &CharConvertFromKsString, K::Char, 1, 'A', "A"},
         {&O_U1BConvertToKsString, &O_U1BConvertFromKsString, K::UChar, 1, 0xE9, "\xE9"},
-        {&ShortConvertToKsString, &ShortConvertFromKsString, K::Short, 2, 0xFFFB, "-5"},
         {&WordConvertToKsString, &WordConvertFromKsString, K::UShort, 2, 65535, "65535"},
-        {&LongConvertToKsString, &LongConvertFromKsString, K::Long, 4, 0x80000000u,
-         "-2147483648"},
         {&ULongConvertToKsString, &ULongConvertFromKsString, K::ULong, 4, 0xFFFFFFFFu, "-1"},
-        {&IntConvertToKsString, &IntConvertFromKsString, K::Int, 4, 123, "123"},
         {&UnsignedConvertToKsString, &UnsignedConvertFromKsString, K::Unsigned, 4, 3000000000u,
          "-1294967296"},
-        {&EnumConvertToKsString, &EnumConvertFromKsString, K::Enum, 4, 2, "2"},
-        {&BlockIdConvertToKsString, &BlockIdConvertFromKsString, K::ULong, 4, 4000000000u,
-         "-294967296"},
         {&FloatConvertToKsString, &FloatConvertFromKsString, K::Float, 4,
          std::bit_cast<uint>(0.5f), "0.5"},
         {&DoubleConvertToKsString, &DoubleConvertFromKsString, K::Double, 8,
@@ -378,9 +275,6 @@ TEST(KsScalarTextTest, BulkConversionRoundTrips) {
     }
 }
 
-// ---------------------------------------------------------------------------
-// Null-capable rows.
-// ---------------------------------------------------------------------------
 template <typename Elem>
 Elem Make(decltype(Elem::value) v, bool null = false) {
     Elem e;
@@ -389,42 +283,31 @@ Elem Make(decltype(Elem::value) v, bool null = false) {
     return e;
 }
 
+std::string PrintNull(KsPrintFunc print, void* value, const char* format) {
+    KsString out("old");
+    print(out, value, format, 1);
+    return Text(out);
+}
+
 TEST(KsScalarTextTest, NullCapablePrint) {
-    KsNull_char c = Make<KsNull_char>('A');
     KsNull_char nullChar = Make<KsNull_char>(0, true);
     KsNull_uchar uc = Make<KsNull_uchar>('A');
     KsNull_unsigned u = Make<KsNull_unsigned>(3000000000u);
-    KsNull_float f = Make<KsNull_float>(0.25f);
     KsNull_8b b = Make<KsNull_8b>(-5000000000ll);
     KsNull_KsInt64 i64 = Make<KsNull_KsInt64>({5, 0});
     KsNull_int nullInt = Make<KsNull_int>(0, true);
-    struct Case {
-        KsPrintFunc print;
-        void* value;
-        const char* format;
-        const char* expected;
-    } cases[] = {
-        {&KsNullCharPrintToKsString, &c, nullptr, ""},  // count 0 reaches the byte printer
-        {&KsNullCharPrintToKsString, &nullChar, nullptr, "{NULL}"},
-        {&KsNullUCharPrintToKsString, &uc, nullptr, "A"},
-        {&KsNullUnsignedPrintToKsString, &u, "%d", "-1294967296"},
-        {&KsNullFloatPrintToKsString, &f, "%.2f", "0.25"},
-        {&KsNull8BPrintToKsString, &b, nullptr, "-5000000000"},
-        {&KsNullKsInt64PrintToKsString, &i64, nullptr, "5"},
-        {&KsNullIntPrintToKsString, &nullInt, "%d", "{NULL}"},
-    };
-    for (const Case& k : cases) {
-        KsString out("old");
-        k.print(out, k.value, k.format, 1);
-        EXPECT_EQ(Text(out), k.expected);
-    }
+    EXPECT_EQ(PrintNull(&KsNullCharPrintToKsString, &nullChar, nullptr), "{NULL}");
+    EXPECT_EQ(PrintNull(&KsNullUCharPrintToKsString, &uc, nullptr), "A");
+    EXPECT_EQ(PrintNull(&KsNullUnsignedPrintToKsString, &u, "%d"), "-1294967296");
+    EXPECT_EQ(PrintNull(&KsNull8BPrintToKsString, &b, nullptr), "-5000000000");
+    EXPECT_EQ(PrintNull(&KsNullKsInt64PrintToKsString, &i64, nullptr), "5");
+    EXPECT_EQ(PrintNull(&KsNullIntPrintToKsString, &nullInt, "%d"), "{NULL}");
 
     // A changed null print string, into a wide output.
     NullPrintGuard guard;
     KsTypeMgr::SetNullPrintString(KsString("<nil>"));
-    KsString out(253, 0);
+    KsString out(253, 0), narrow;
     KsNullIntPrintToKsString(out, &nullInt, nullptr, 1);
-    KsString narrow;
     narrow.CopyMapped(out, 1);
     EXPECT_EQ(out.CodeSet(), 253);
     EXPECT_EQ(Text(narrow), "<nil>");
@@ -435,17 +318,11 @@ TEST(KsScalarTextTest, NullCapableScan) {
         KsString text;
         bool null;
         short value;
-    } cases[] = {
-        {"", true, 0},
-        {KsString(), true, 0},
-        {"{NULL}xyz", true, 0},
-        {Wide("{NULL}"), true, 0},
-        {" 7", false, 7},
-        {"{NUL", false, 99},  // not null, though nothing was read
-    };
-    for (const Case& c : cases) {
+    } cases[] = {{"", true, 0}, {"{NULL}xyz", true, 0}, {Wide("{NULL}"), true, 0},
+                 {"{NUL", false, 99}};  // not null, though nothing was read
+    for (Case& c : cases) {
         KsNull_short e = Make<KsNull_short>(99, true);
-        EXPECT_EQ(KsNullShortScanFromKsString(&e, const_cast<KsString&>(c.text), nullptr, 1), &e);
+        EXPECT_EQ(KsNullShortScanFromKsString(&e, c.text, nullptr, 1), &e);
         EXPECT_EQ(e.IsNullValue() != 0, c.null) << Text(c.text);
         EXPECT_EQ(e.value, c.value) << Text(c.text);
     }
@@ -467,7 +344,6 @@ TEST(KsScalarTextTest, NullCapableScan) {
     n = Make<KsNull_int>(5, true);
     KsNullIntScanFromKsString(&n, braces, nullptr, 1);
     EXPECT_EQ(n.IsNullValue(), 0);
-    EXPECT_EQ(n.value, 5);
 }
 
 }  // namespace

@@ -106,41 +106,30 @@ TEST_F(KsStrCmpPattern, WildcardsWithBacktracking)
     }
 }
 
-TEST_F(KsStrCmpPattern, WildcardDetails)
+// Exact results: the byte difference on native text (cs 0), over `length`
+// when given; the primary order otherwise. Exact modes have no wildcards.
+TEST_F(KsStrCmpPattern, ResultsAndExactModes)
 {
-    // A mismatch answers with the first failure: the byte difference on
-    // native text, the primary order otherwise.
-    EXPECT_EQ(Cmp("abcbce", "a*bcd", 0, 0, 0), 'b' - 'd');
-    EXPECT_EQ(Cmp("abd", "abc", 0, 0, 0), 1);
-    EXPECT_EQ(Cmp("ab", "ab?", 0, 0, 0), -'?');
-    EXPECT_LT(Cmp("abcbce", "a*bcd", 0), 0);
-    EXPECT_GT(Cmp("b", "a*", 0), 0);
-    // "?" takes one whole character, also one that sorts as two letters.
-    EXPECT_EQ(Cmp("\xDF" "x", "?x", 0), 0);
-    EXPECT_EQ(Cmp("\xDF", "s?", 0), 0);
-    EXPECT_EQ(Cmp("\xDF", "ss", 0), 0);
+    struct Case { const char* a; const char* b; ushort mode; uchar cs; short length; int result; };
+    const Case cases[] = {
+        {"abcbce", "a*bcd", 0, 0, -1, 'b' - 'd'}, {"abd", "abc", 0, 0, -1, 1},         {"ab", "ab?", 0, 0, -1, -'?'},
+        {"abcbce", "a*bcd", 0, 1, -1, -1},        {"b", "a*", 0, 1, -1, 1},
+        {"\xDF" "x", "?x", 0, 1, -1, 0},          {"\xDF", "s?", 0, 1, -1, 0},       {"\xDF", "ss", 0, 1, -1, 0},  // "?" takes one whole character
+        {"abc", "a*", 0x10, 0, -1, 'b' - '*'},    {"abc", "a?c", 0x10, 0, -1, 'b' - '?'}, {"a*c", "a*c", 0x10, 0, -1, 0},
+        {"ab", "abc", 0x10, 0, -1, -'c'},         {"\xE9", "e", 0x10, 0, -1, 0xE9 - 'e'}, {"abc", "ABC", 0x100, 0, -1, 'a' - 'A'},
+        {"abcX", "abcY", 0x10, 0, 3, 0},          {"abc", "a*", 0x10, 1, -1, 1},     {"abc", "a?c", 0x10, 1, -1, 1}, 
+        {"a*c", "a*c", 0x10, 1, -1, 0},           {"abc", "a*", 0x100, 1, -1, 1},
+    };
+    for (const Case& c : cases) {
+        const int r = Cmp(c.a, c.b, c.mode, c.cs, 1, nullptr, c.length);
+        EXPECT_EQ(c.cs ? (r > 0) - (r < 0) : r, c.result) << c.a << " ~ " << c.b << " mode " << std::hex << c.mode;
+    }
     // A match still reports what told the texts apart below the primary level.
     int detail = 9;
     EXPECT_EQ(Cmp("ABcx", "ab*", 0, 1, 1, &detail), 0);
     EXPECT_EQ(detail, -3);
     EXPECT_EQ(Cmp("\xE0" "bc", "a*c", 0, 1, 1, &detail), 0);
     EXPECT_EQ(detail, 2);
-}
-
-TEST_F(KsStrCmpPattern, ExactModeHasNoWildcards)
-{
-    for (uchar cs : {0, 1}) {
-        EXPECT_NE(Cmp("abc", "a*", 0x10, cs), 0) << int(cs);
-        EXPECT_NE(Cmp("abc", "a?c", 0x10, cs), 0) << int(cs);
-        EXPECT_EQ(Cmp("a*c", "a*c", 0x10, cs), 0) << int(cs);
-        EXPECT_NE(Cmp("abc", "a*", 0x100, cs), 0) << int(cs);
-    }
-    // Native texts compare as unsigned bytes, over `length` when given.
-    EXPECT_EQ(Cmp("abc", "a*", 0x10, 0), 'b' - '*');
-    EXPECT_EQ(Cmp("ab", "abc", 0x10, 0), -'c');
-    EXPECT_GT(Cmp("\xE9", "e", 0x10, 0), 0);
-    EXPECT_EQ(Cmp("abc", "ABC", 0x100, 0), 'a' - 'A');
-    EXPECT_EQ(Cmp("abcX", "abcY", 0x10, 0, 0, nullptr, 3), 0);
 }
 
 TEST_F(KsStrCmpPattern, SettersChangeTheCharacters)
@@ -285,60 +274,38 @@ struct Image {
     uchar format;
     std::vector<uchar> bytes;
     explicit Image(uchar f) : format(f) {}
-    void Put16(uint v)
-    {
-        if (format == 2) {
-            bytes.push_back(uchar(v >> 8));
-            bytes.push_back(uchar(v));
-        } else {
-            bytes.push_back(uchar(v));
-            bytes.push_back(uchar(v >> 8));
-        }
-    }
+    void Put16(uint v) { bytes.insert(bytes.end(), {uchar(format == 2 ? v >> 8 : v), uchar(format == 2 ? v : v >> 8)}); }
     Image& Add(uchar cs, uchar lang, const char* text)
     {
         const std::size_t n = std::strlen(text);
         const bool wide = cs > 224;
         Put16(uint(4 + n * (wide ? 2 : 1)));
-        bytes.push_back(cs);
-        bytes.push_back(lang);
+        bytes.insert(bytes.end(), {cs, lang});
         for (std::size_t i = 0; i < n; ++i) {
-            if (!wide) {
+            if (wide)
+                Put16(uchar(text[i]));  // format 1 is machine order, 2 high byte first
+            else
                 bytes.push_back(uchar(text[i]));
-            } else if (format == 2) {
-                bytes.push_back(0);
-                bytes.push_back(uchar(text[i]));
-            } else {
-                const ushort u = uchar(text[i]);
-                bytes.insert(bytes.end(), reinterpret_cast<const uchar*>(&u), reinterpret_cast<const uchar*>(&u) + 2);
-            }
         }
-        bytes.push_back(0);
-        bytes.push_back(0xFF);
+        bytes.insert(bytes.end(), {0, 0xFF});
         return *this;
     }
     // The old image: [L:2][characters][0], L = characters + 1.
     Image& AddOld(const char* text)
     {
-        const std::size_t n = std::strlen(text);
-        Put16(uint(n + 1));
-        bytes.insert(bytes.end(), text, text + n + 1);
+        Put16(uint(std::strlen(text) + 1));
+        bytes.insert(bytes.end(), text, text + std::strlen(text) + 1);
         return *this;
     }
     uint Size() const { return uint(bytes.size()); }
-    void* Data() { return bytes.data(); }
 };
 
-struct Result {
-    int result;
-    int status;
-};
+struct Result { int result, status; };
 Result Compare(Image& a, Image& b, ushort mode, uint count = 1, uint lenA = ~0u, uint lenB = ~0u, bool old = false)
 {
     int status = 77;
     const uint la = lenA == ~0u ? a.Size() : lenA, lb = lenB == ~0u ? b.Size() : lenB;
-    const int r = old ? StringCompareOld(a.format, la, a.Data(), lb, b.Data(), mode, count, status)
-                      : StringCompare(a.format, la, a.Data(), lb, b.Data(), mode, count, status);
+    const int r = (old ? StringCompareOld : StringCompare)(a.format, la, a.bytes.data(), lb, b.bytes.data(), mode, count, status);
     return Result{r, status};
 }
 
@@ -368,67 +335,20 @@ TEST_F(KsStringCompareStored, ElementsInBothByteOrders)
     }
 }
 
-// One element alone takes a shortcut, the second of two the general walk;
-// in memory, stored in both byte orders and KsStrCmp itself must agree.
-TEST_F(KsStringCompareStored, PathsAgreeOnRandomTexts)
-{
-    const std::string alphabet = "aAbBeE\xE9\xC9\xE4\xDF\xF1 *?-1\xB9zZ";
-    const ushort modes[] = {0, 0x10, 0x30, 0x50, 0x70, 0x90, 0x100, 0x80};
-    const uchar languages[] = {1, 4, 9, 16, 21};
-    std::mt19937 rng(2024);
-    auto text = [&] {
-        std::string t;
-        for (uint n = rng() % 7; n; --n)
-            t += alphabet[rng() % alphabet.size()];
-        return t;
-    };
-    for (int i = 0; i < 3000; ++i) {
-        const std::string x = text(), y = rng() % 3 ? text() : x;
-        const ushort mode = modes[rng() % 8];
-        const uchar lang = languages[rng() % 5], cs = rng() % 4 ? 1 : 14;
-        int detail = 0;
-        const int direct = KsStrCmp(cs, lang, x.c_str(), cs, lang, y.c_str(), mode, -1, 8, &detail);
-        const int expected = (mode & 0x80) && detail ? detail : (direct > 0) - (direct < 0);
-        // The same characters as 16-bit text take the general order walk.
-        std::vector<ushort> wx(x.size() + 1, 0), wy(y.size() + 1, 0);
-        KsConvertText(wx.data(), 253, x.c_str(), cs, uint(x.size()));
-        KsConvertText(wy.data(), 253, y.c_str(), cs, uint(y.size()));
-        int wideDetail = 0;
-        const int wide = KsStrCmp(253, lang, C(wx), 253, lang, C(wy), mode, -1, 8, &wideDetail);
-        EXPECT_EQ((wide > 0) - (wide < 0), (direct > 0) - (direct < 0)) << x << " | " << y << " mode " << mode;
-        EXPECT_EQ(wideDetail, detail) << x << " | " << y << " mode " << mode;
-        for (uchar format : {1, 2}) {
-            Image one(format), other(format), two(format), otherTwo(format);
-            one.Add(cs, lang, x.c_str());
-            other.Add(cs, lang, y.c_str());
-            two.Add(cs, lang, "").Add(cs, lang, x.c_str());
-            otherTwo.Add(cs, lang, "").Add(cs, lang, y.c_str());
-            EXPECT_EQ(Compare(one, other, mode).result, expected) << x << " | " << y << " mode " << mode;
-            EXPECT_EQ(Compare(two, otherTwo, mode, 2).result, expected) << x << " | " << y << " mode " << mode;
-        }
-        KsString a[1] = {Make(cs, lang, x.c_str())}, b[1] = {Make(cs, lang, y.c_str())};
-        int status = 0;
-        if (!x.empty() && !y.empty()) {  // in memory an empty string has no buffer
-            EXPECT_EQ(StringCompare(8, 0, a, 0, b, mode, 1, status), expected) << x << " | " << y;
-        }
-    }
-}
-
 // The 8-bit walk passes runs of equal bytes without looking at orders, in
-// a pattern only up to its first wildcard byte. Long, mostly shared texts
-// with wildcards, escapes and expansions, under several wildcard settings
-// (a letter, a control whose order 32 bytes share, all switched off), must
-// give what the 16-bit walk gives: value, detail and the comparator's result.
-TEST_F(KsStringCompareStored, ByteWalkMatchesTheOrderWalk)
+// a pattern only up to its first wildcard byte; one stored element alone
+// takes a shortcut, the second of two the general walk. Long, mostly shared
+// texts with wildcards, escapes and expansions, under several wildcard
+// settings (a letter, a control whose order 32 bytes share, all off), must
+// give what the 16-bit walk gives: value, detail and the comparators' result.
+TEST_F(KsStringCompareStored, EveryPathMatchesTheOrderWalk)
 {
     struct Setting { ushort any, one, escape; };
-    const Setting settings[] = {
-        {'*', '?', 0}, {'*', '?', '\\'}, {'e', '-', 0}, {0x85, '?', '*'}, {0, 0, 0},
-    };
+    const Setting settings[] = {{'*', '?', 0}, {'*', '?', '\\'}, {'e', '-', 0}, {0x85, '?', '*'}, {0, 0, 0}};
     const std::string alphabet = "aaaabbeeeAEz\xE9\xC9\xE4\xDF\xF1 *?-\\1\xB9Z\x85";
-    const ushort modes[] = {0, 0x20, 0x40, 0x60, 0x80, 0xA0, 0xC0, 0xE0, 0x10, 0x90};
+    const ushort modes[] = {0, 0x20, 0x40, 0x60, 0x80, 0xA0, 0xC0, 0xE0, 0x10, 0x90, 0x100};
     const uchar languages[] = {1, 4, 9, 16, 21};
-    const uchar codeSets[] = {1, 16};  // ISO-8859-1, Windows-1250
+    const uchar codeSets[] = {1, 16, 14};
     std::mt19937 rng(77);
     auto pick = [&](std::size_t n) { return std::size_t(rng() % n); };
     auto text = [&](std::size_t max) {
@@ -443,48 +363,52 @@ TEST_F(KsStringCompareStored, ByteWalkMatchesTheOrderWalk)
         KsStrCmpSetEscape(KsChar(w.escape, 1, 0));
         for (int i = 0; i < 4000; ++i) {
             const std::string x = text(40);
-            std::string y = x;
-            if (pick(4) == 0) {
-                y = text(40);
-            } else {  // a few edits, mostly after a long shared run
-                for (std::size_t e = pick(3); e; --e) {
-                    const std::size_t at = y.empty() ? 0 : pick(y.size() + 1);
-                    const char c = pick(3) ? alphabet[pick(alphabet.size())] : "*?"[pick(2)];
-                    if (pick(2) && at < y.size())
-                        y[at] = c;
-                    else
-                        y.insert(at, 1, c);
-                }
-                if (pick(5) == 0)
-                    y.resize(pick(y.size() + 1));
+            std::string y = pick(4) ? x : text(40);
+            for (std::size_t e = y == x ? pick(3) : 0; e; --e) {  // a few edits, mostly after a long shared run
+                const std::size_t at = pick(y.size() + 1);
+                const char c = pick(3) ? alphabet[pick(alphabet.size())] : "*?"[pick(2)];
+                if (pick(2) && at < y.size())
+                    y[at] = c;
+                else
+                    y.insert(at, 1, c);
             }
+            if (pick(5) == 0)
+                y.resize(pick(y.size() + 1));
             const ushort mode = modes[pick(std::size(modes))];
-            const uchar cs1 = codeSets[pick(2)], cs2 = pick(4) ? cs1 : codeSets[pick(2)];
+            const uchar cs1 = codeSets[pick(3)], cs2 = pick(4) ? cs1 : codeSets[pick(3)];
             const uchar lang1 = languages[pick(std::size(languages))], lang2 = pick(4) ? lang1 : languages[pick(std::size(languages))];
             const short length = pick(4) ? -1 : short(1 + pick(30));
             std::vector<ushort> wx(x.size() + 1, 0), wy(y.size() + 1, 0);
             KsConvertText(wx.data(), 253, x.c_str(), cs1, uint(x.size()));
             KsConvertText(wy.data(), 253, y.c_str(), cs2, uint(y.size()));
-            int refDetail = 99;
+            int refDetail = 99, detail = 99;
             const int ref = KsStrCmp(253, lang1, C(wx), 253, lang2, C(wy), mode, length, 8, &refDetail);
             const std::string what = x + " | " + y + " mode " + std::to_string(mode) + " cs " + std::to_string(cs1) + "/" +
                                      std::to_string(cs2) + " lang " + std::to_string(lang1) + "/" + std::to_string(lang2) +
                                      " length " + std::to_string(length) + " any " + std::to_string(w.any);
-            int detail = 99;
             ASSERT_EQ(KsStrCmp(cs1, lang1, x.c_str(), cs2, lang2, y.c_str(), mode, length, 8, &detail), ref) << what;
             ASSERT_EQ(detail, refDetail) << what;
-            // Counted texts: whole words are read.
-            detail = 99;
+            detail = 99;  // counted texts: whole words are read
             ASSERT_EQ(KsStrCmpN(cs1, lang1, x.data(), uint(x.size()), cs2, lang2, y.data(), uint(y.size()), mode, length, 8,
                                 &detail), ref) << what;
             ASSERT_EQ(detail, refDetail) << what;
-            if (length < 0) {
-                Image one(1), other(1);
+            if (length >= 0)
+                continue;
+            const int expected = (mode & 0x80) && refDetail ? refDetail : (ref > 0) - (ref < 0);
+            for (uchar format : {1, 2}) {
+                Image one(format), other(format), two(format), otherTwo(format);
                 one.Add(cs1, lang1, x.c_str());
                 other.Add(cs2, lang2, y.c_str());
-                const Result r = Compare(one, other, mode);
-                ASSERT_EQ(r.result, (mode & 0x80) && refDetail ? refDetail : (ref > 0) - (ref < 0)) << what;
-                ASSERT_EQ(r.status, 0) << what;
+                two.Add(cs1, lang1, "").Add(cs1, lang1, x.c_str());
+                otherTwo.Add(cs2, lang2, "").Add(cs2, lang2, y.c_str());
+                const Result r = Compare(one, other, mode), r2 = Compare(two, otherTwo, mode, 2);
+                ASSERT_EQ(r.result * 1000 + r.status, expected * 1000) << what;
+                ASSERT_EQ(r2.result * 1000 + r2.status, expected * 1000) << what;
+            }
+            KsString a[1] = {Make(cs1, lang1, x.c_str())}, b[1] = {Make(cs2, lang2, y.c_str())};
+            int status = 0;
+            if (!x.empty() && !y.empty()) {  // in memory an empty string has no buffer
+                ASSERT_EQ(StringCompare(8, 0, a, 0, b, mode, 1, status), expected) << what;
             }
         }
     }
@@ -524,57 +448,34 @@ TEST_F(KsStringCompareStored, CutOperandsAndStatuses)
     }
 }
 
-TEST_F(KsStringCompareStored, ShortenedMarkersAndBounds)
+TEST_F(KsStringCompareStored, ShortenedMarkersBoundsAndOldImages)
 {
+    auto expect = [](Result r, int result, int status, const char* what) {
+        EXPECT_EQ(r.result, result) << what;
+        EXPECT_EQ(r.status, status) << what;
+    };
     Image a(1), b(1);
     a.Add(253, 1, "abc");
     b.Add(254, 0x81, "ab");  // shortened when stored; 16-bit by its code set
-    Result r = Compare(a, b, 0);
-    EXPECT_EQ(r.result, 0);  // b counts as cut: only "ab" is compared
-    EXPECT_EQ(r.status, 2101);
-    r = Compare(a, b, 0x10);
-    EXPECT_EQ(r.result, 1);  // exact: not cut, the whole texts compare
-    EXPECT_EQ(r.status, 2101);
-
+    expect(Compare(a, b, 0), 0, 2101, "b counts as cut: only \"ab\" is compared");
+    expect(Compare(a, b, 0x10), 1, 2101, "exact: not cut, the whole texts compare");
     Image two(2), other(2);
     two.Add(1, 1, "same").Add(1, 1, "next");
     other.Add(1, 1, "same").Add(1, 1, "next");
-    r = Compare(two, other, 0x10, 2, 10 + 4);  // four bytes of the second element left
-    EXPECT_EQ(r.result, 0);
-    EXPECT_EQ(r.status, 2101);
-    r = Compare(two, other, 0x10, 2, 3);  // not even a header
-    EXPECT_EQ(r.status, 2101);
-    r = Compare(two, other, 0x10, 3);  // a third element is asked for
-    EXPECT_EQ(r.result, 0);
-    EXPECT_EQ(r.status, 2101);
-    r = Compare(two, other, 0x10, 2);
-    EXPECT_EQ(r.status, 0);
-}
-
-TEST_F(KsStringCompareStored, OldImage)
-{
+    expect(Compare(two, other, 0x10, 2, 10 + 4), 0, 2101, "four bytes of the second element left");
+    expect(Compare(two, other, 0x10, 2, 3), 0, 2101, "not even a header");
+    expect(Compare(two, other, 0x10, 3), 0, 2101, "a third element is asked for");
+    expect(Compare(two, other, 0x10, 2), 0, 0, "complete");
     for (uchar format : {1, 2}) {
-        Image a(format), b(format);
-        a.AddOld("abcbcd").AddOld("x").AddOld("");
-        b.AddOld("abcbcd").AddOld("x").AddOld("");
-        Result r = Compare(a, b, 0x10, 2, ~0u, ~0u, true);
-        EXPECT_EQ(r.result, 0);
-        EXPECT_EQ(r.status, 0);
-        // Fewer than 5 bytes left count as short, even for the 3-byte empty text.
-        r = Compare(a, b, 0x10, 3, ~0u, ~0u, true);
-        EXPECT_EQ(r.result, 0);
-        EXPECT_EQ(r.status, 2101);
-
-        Image p(format);
+        Image x(format), y(format), p(format);
+        x.AddOld("abcbcd").AddOld("x").AddOld("");
+        y.AddOld("abcbcd").AddOld("x").AddOld("");
         p.AddOld("a*bcd");
-        r = Compare(a, p, 0, 1, ~0u, ~0u, true);  // native text: the pattern matches
-        EXPECT_EQ(r.result, 0);
-        r = Compare(a, p, 0x10, 1, ~0u, ~0u, true);
-        EXPECT_EQ(r.result, 1);
-
-        r = Compare(a, b, 0, 1, ~0u, 2 + 3, true);  // b cut inside its characters
-        EXPECT_EQ(r.result, 0);
-        EXPECT_EQ(r.status, 2101);
+        expect(Compare(x, y, 0x10, 2, ~0u, ~0u, true), 0, 0, "old: equal");
+        expect(Compare(x, y, 0x10, 3, ~0u, ~0u, true), 0, 2101, "old: under 5 bytes left is short, even for \"\"");
+        expect(Compare(x, p, 0, 1, ~0u, ~0u, true), 0, 0, "old: native text, the pattern matches");
+        expect(Compare(x, p, 0x10, 1, ~0u, ~0u, true), 1, 0, "old: exact");
+        expect(Compare(x, y, 0, 1, ~0u, 2 + 3, true), 0, 2101, "old: b cut inside its characters");
     }
 }
 

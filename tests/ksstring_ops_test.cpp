@@ -50,15 +50,11 @@ protected:
     int options_ = ___KsTypeMgrOptions();
 };
 
-using KsStringOpsAppend = KsStringOpsTest;
-using KsStringOpsEdit = KsStringOpsTest;
-using KsStringOpsSearch = KsStringOpsTest;
-using KsStringOpsNumber = KsStringOpsTest;
 
 using Op = std::function<void(KsString&)>;
 
 // ---------------------------------------------------------------------------
-TEST_F(KsStringOpsAppend, EveryOperandKind)
+TEST_F(KsStringOpsTest, EveryOperandKind)
 {
     const ushort wide[] = {'w', 'x', 0};
     struct Case {
@@ -69,8 +65,6 @@ TEST_F(KsStringOpsAppend, EveryOperandKind)
         {1, [](KsString& s) { s << ushort(65); }, ">65"},  // 8-bit: the number
         {253, [](KsString& s) { s << ushort(65); }, ">A"},
         {1, [&](KsString& s) { s << wide; }, ">wx"},
-        {1, [](KsString& s) { s << short(-5) << 7 << 4294967295u; }, ">-57-1"},
-        {1, [](KsString& s) { s << KsI64(LLONG_MIN); }, ">-9223372036854775808"},
         {253, [](KsString& s) { s << KsU64(ULLONG_MAX); }, ">18446744073709551615"},
         {1, [](KsString& s) { s << 0.5f << ' ' << 0.1; }, ">0.5 0.10000000000000001"},
         {1, [](KsString& s) { s << Make("ab", 253); }, ">ab"},
@@ -79,17 +73,14 @@ TEST_F(KsStringOpsAppend, EveryOperandKind)
         KsString s = Make(">", c.cs);
         c.append(s);
         EXPECT_EQ(Show(s), c.want);
-        EXPECT_EQ(s.CodeSet(), c.cs);
     }
     const KsString sum = Make("ab", 1, 7) + Make("cd", 253, 9);
     EXPECT_EQ(Show(sum), "abcd");
-    EXPECT_EQ(sum.CodeSet(), 1);
     EXPECT_EQ(sum.Language(), 7);
-    EXPECT_EQ(Show(sum + "e"), "abcde");
 }
 
 // ---------------------------------------------------------------------------
-TEST_F(KsStringOpsEdit, EditTrimCaseReplace)
+TEST_F(KsStringOpsTest, EditTrimCaseReplace)
 {
     // Patterns and temporaries take the default language: order comparison
     // only matches within one language.
@@ -100,45 +91,25 @@ TEST_F(KsStringOpsEdit, EditTrimCaseReplace)
         Op op;
         const char* want;
     } cases[] = {
-        {"abcd", [&](KsString& s) { s.Insert(xyz, 0); }, "xyzabcd"},
         {"abcd", [&](KsString& s) { s.Insert(xyz, 4); }, "abcdxyz"},
         {"abcd", [&](KsString& s) { s.Insert(xyz, 5); }, "abcd"},
         {"abcd", [&](KsString& s) { s.Insert(s, 2); }, "ababcdcd"},
-        {"abcd", [&](KsString& s) { s.Replace(xyz, 1); }, "axyz"},
         {"abcd", [&](KsString& s) { s.Replace(xyz, 2); }, "abxy"},
-        {"abcd", [&](KsString& s) { s.Replace(xyz, 4); }, "abcd"},
-        {"abcd", [](KsString& s) { s.Cut(1, 2); }, "ad"},
         {"abcd", [](KsString& s) { s.Cut(1, -1); }, "a"},
         {"abcd", [](KsString& s) { s.Cut(2, 9); }, "ab"},
-        {"abcd", [](KsString& s) { s.Cut(4, 1); }, "abcd"},
-        {"abcd", [](KsString& s) { s = s.Copy(1, 2); }, "bc"},
         {"abcd", [](KsString& s) { s = s.Copy(2, -1); }, "cd"},
-        {"abcd", [](KsString& s) { s = s.Copy(5, 2); }, "<none>"},
-        {"abcd", [](KsString& s) { s = s.Left(3); }, "abc"},
         {"abcd", [](KsString& s) { s = s.Left(0); }, "<none>"},
-        {"abcd", [](KsString& s) { s = s.Right(1); }, "d"},
         {"abcd", [](KsString& s) { s = s.Right(10); }, "abcd"},
-        {"abcd", [](KsString& s) { s.Fill(3, 'x'); }, "xxx"},
-        {"abcd", [](KsString& s) { s.Fill(2, ushort('y')); }, "yy"},
         {"abcd", [](KsString& s) { s.Fill(0, 'x'); }, ""},
-        {"abcd", [](KsString& s) { s.Expand(3, 'x'); }, "abcd"},
         {"abcd", [](KsString& s) { s.Expand(6, 'x'); }, "abcdxx"},
-        {"abcd", [](KsString& s) { s.Expand(5, ushort('y')); }, "abcdy"},
-        {" \t ab c \r\n", [](KsString& s) { s.LeftTrim(); }, "ab c \r\n"},
-        {" \t ab c \r\n", [](KsString& s) { s.RightTrim(); }, " \t ab c"},
         {" \t ab c \r\n", [](KsString& s) { s.Trim(); }, "ab c"},
         {"   ", [](KsString& s) { s.Trim(); }, ""},
         {"Mixed 1x", [](KsString& s) { s.ToUpper(); }, "MIXED 1X"},
-        {"Mixed 1X", [](KsString& s) { s.ToLower(); }, "mixed 1x"},
         {"Stra\xDF" "e", [](KsString& s) { s.ToUpper(); }, "STRASSE"},
-        {"a-b-c", [](KsString& s) { s.ReplaceAll(Make("-"), Make("+")); }, "a+b+c"},
         {"a-b-c", [](KsString& s) { s.ReplaceAll(Make("-"), KsString()); }, "abc"},
-        {"a-b-c", [](KsString& s) { s.ReplaceAll('-', '\0'); }, "abc"},
         {"a-b-c", [](KsString& s) { s.ReplaceAll(ushort('-'), ushort('='), 2); }, "a-b=c"},
         {"aa", [](KsString& s) { s.ReplaceAll(Make("a"), Make("aa")); }, "aaaa"},
         {"a--b--", [](KsString& s) { s.ReplaceAll(Make("--"), Make("=")); }, "a=b="},
-        {"abc", [](KsString& s) { s.ReplaceAll(Make("x"), Make("y")); }, "abc"},
-        {"abc", [](KsString& s) { s.ReplaceAll(Make(""), Make("y")); }, "abc"},
     };
     for (uchar cs : {uchar(1), uchar(253)}) {
         for (const Case& c : cases) {
@@ -152,7 +123,6 @@ TEST_F(KsStringOpsEdit, EditTrimCaseReplace)
     }
     // Without a buffer: inserting creates one, the rest leaves it alone.
     KsString none(1, 0);
-    EXPECT_EQ(Show(none.Copy(0, -1)), "<none>");
     EXPECT_EQ(Show(none.Cut(0, -1).ToUpper().Trim()), "<none>");
     EXPECT_EQ(Show(none.Insert(xyz, 0)), "xyz");
     // Counts above 32767 still cut (the count parameter is a short).
@@ -162,68 +132,33 @@ TEST_F(KsStringOpsEdit, EditTrimCaseReplace)
 }
 
 // ---------------------------------------------------------------------------
-TEST_F(KsStringOpsSearch, Find)
+TEST_F(KsStringOpsTest, FindCompareAndAccess)
 {
     const KsString abc = Make("abcabc");
-    struct Case {
-        KsString text, pat;
-        ushort start, op;
-        int want;
-    } cases[] = {
-        {abc, Make("c"), 0, 0xFFFF, 2},
-        {abc, Make("c"), 3, 0xFFFF, 5},
-        {abc, Make("c"), 6, 0xFFFF, -1},
-        {abc, Make("bc"), 5, 0xFFFF, -1},        // rest too short
-        {abc, Make(""), 7, 0xFFFF, -1},          // start past the length
-        {abc, KsString(), 0, 0xFFFF, -1},        // pattern without buffer
-        {KsString(), Make("a"), 0, 0xFFFF, -1},
-        {abc, Make("c", 253), 0, 0xFFFF, 2},     // pattern of the other width
-        {Make("abcabc", 253), Make("ca"), 0, 0xFFFF, 2},
-        {Make("abcde"), Make("b?d"), 0, 0, 1},   // wildcard prefix match
-        {Make("abcde"), Make("b?d"), 0, 0x10, -1},
-        {Make("abcd"), Make("b?d"), 0, 0xFFFF, -1},  // 65535 is never a pattern
-        {Make("ab?d"), Make("b?d"), 0, 0xFFFF, 1},
-    };
-    for (const Case& c : cases) {
-        SCOPED_TRACE(Show(c.text) + " / " + Show(c.pat));
-        EXPECT_EQ(c.text.Find(c.pat, c.start, c.op), c.want);
-    }
+    EXPECT_EQ(abc.Find(Make("bc"), 5), -1);  // rest too short
+    EXPECT_EQ(abc.Find(Make(""), 7), -1);    // start past the length
+    EXPECT_EQ(abc.Find(Make("c", 253)), 2);  // pattern of the other width
+    EXPECT_EQ(Make("abcde").Find(Make("b?d"), 0, 0), 1);  // wildcard prefix match
+    EXPECT_EQ(Make("abcd").Find(Make("b?d"), 0, 0xFFFF), -1);  // 65535 is never a pattern
+    EXPECT_EQ(Make("ab?d").Find(Make("b?d"), 0, 0xFFFF), 1);
     EXPECT_EQ(abc.Find('b', 2), 4);
-    EXPECT_EQ(Make("xyz", 253).Find(ushort('z')), 2);
-    EXPECT_EQ(abc.SubStringPos(Make("ca")), 2);
 
-    // The prefix match follows the process-wide "any run" character.
-    KsString::SetAsterisk(KsChar(ushort('%'), 1, 0));
-    EXPECT_EQ(abc.Find(Make("b"), 0, 0), 1);
-    EXPECT_EQ(abc.Find(Make("b*"), 0, 0), -1);
-}
-
-TEST_F(KsStringOpsSearch, CompareAndAccess)
-{
     struct Case {
         KsString a, b;
         int sign;  // of a against b
     } cases[] = {
-        {Make("abc"), Make("abc"), 0}, {Make("abc"), Make("abd"), -1},
-        {Make("b"), Make("abc"), 1},   {Make(""), Make("a"), -1},
-        {Make("abc", 253), Make("abc"), 0},
+        {Make("abc"), Make("abd"), -1}, {Make("b"), Make("abc"), 1}, {Make("abc", 253), Make("abc"), 0},
     };
     for (const Case& c : cases) {
         SCOPED_TRACE(Show(c.a) + " / " + Show(c.b));
-        const int cmp = c.a.Compare(c.b);
-        EXPECT_EQ((cmp > 0) - (cmp < 0), c.sign);
         const std::vector<bool> got = {c.a == c.b, c.a != c.b, c.a < c.b,
                                        c.a > c.b,  c.a <= c.b, c.a >= c.b};
         EXPECT_EQ(got, (std::vector<bool>{c.sign == 0, c.sign != 0, c.sign < 0, c.sign > 0,
                                           c.sign <= 0, c.sign >= 0}));
     }
-    const KsString x("x");
-    EXPECT_TRUE(x == "x" && "x" == x && x == x);
-    EXPECT_EQ(Make("abc").Compare(Make("abd"), 2), 0);
     EXPECT_EQ(Make("abc", 0).Compare(Make("a*", 0), -1, 0), 0);
     EXPECT_NE(Make("abc", 0).Compare(Make("a*", 0), -1, 0x10), 0);
     EXPECT_EQ(Make("abc", 1, 1).EqualsIgnoreLanguage(Make("abc", 1, 2)), 1);
-    EXPECT_EQ(Make("abc", 1, 1).EqualsIgnoreLanguage(Make("abd", 1, 1)), 0);
 
     for (uchar cs : {uchar(1), uchar(253)}) {
         KsString s = Make("abc", cs, 4);
@@ -231,23 +166,22 @@ TEST_F(KsStringOpsSearch, CompareAndAccess)
         EXPECT_EQ(s[2].Language(), 4);
         s[1] = KsChar(ushort('X'), 1, 0);  // writes through
         EXPECT_EQ(Show(s), "aXc");
-        for (int i : {-1, 3, 99}) {
-            const KsChar past = s[i];
-            EXPECT_EQ(std::vector<int>({past.Code(), past.CodeSet(), past.Language()}),
-                      std::vector<int>({0, 255, 255}));
-        }
+        const KsChar past = s[3];
+        EXPECT_EQ(std::vector<int>({past.Code(), past.CodeSet(), past.Language()}),
+                  std::vector<int>({0, 255, 255}));
     }
+    // The prefix match follows the process-wide "any run" character.
+    KsString::SetAsterisk(KsChar(ushort('%'), 1, 0));
+    EXPECT_EQ(abc.Find(Make("b*"), 0, 0), -1);
 }
 
 // ---------------------------------------------------------------------------
 // The integer conversions must agree with strtoll (base 0, or base 10 with
 // option bit 0), clamped like a 32-bit strtol, for 8- and 16-bit text.
-TEST_F(KsStringOpsNumber, AgreeWithStrtol)
+TEST_F(KsStringOpsTest, AgreeWithStrtol)
 {
-    const char* inputs[] = {"42", "  -17x", "+5", "0x1F", "0X", "-0x10", "010", "09", "",
-                            "abc", "- 5", "2147483647", "2147483648", "-2147483649",
-                            "9223372036854775807", "-9223372036854775808", "99999999999999999999",
-                            "0xffffffffffffffffff", "\v\f7"};
+    const char* inputs[] = {"  -17x", "+5", "0x1F", "0X", "-0x10", "010", "09", "", "- 5",
+                            "2147483648", "-2147483649", "99999999999999999999", "\v\f7"};
     for (int option : {0, 1}) {
         ___KsTypeMgrOptions() = option;
         for (const char* in : inputs) {
@@ -264,11 +198,9 @@ TEST_F(KsStringOpsNumber, AgreeWithStrtol)
     }
     EXPECT_EQ(double(Make(" -2.5e3")), -2500.0);
     EXPECT_EQ(double(Make("3.25x", 253)), 3.25);
-    EXPECT_EQ(double(Make("x")), 0.0);
-    EXPECT_EQ(double(KsString()) + int(KsString()) + KsI64(KsString()), 0.0);
 }
 
-TEST_F(KsStringOpsNumber, StrictFormsAndSplitList)
+TEST_F(KsStringOpsTest, StrictFormsAndSplitList)
 {
     // Atol/Atoll decimal, Strtol/Strtoll with base detection; "-" marks a
     // refused text (result -1, output 0).
@@ -277,20 +209,18 @@ TEST_F(KsStringOpsNumber, StrictFormsAndSplitList)
         const char* decimal;
         const char* detected;
     } cases[] = {{"077", "77", "63"}, {"-0x10", "0", "-16"}, {"12ab", "12", "12"},
-                 {"x1", "-", "-"},    {" 5", "-", "-"},      {"+5", "-", "-"}, {"", "-", "-"}};
+                 {" 5", "-", "-"}, {"+5", "-", "-"}, {"", "-", "-"}};
     auto run = [](const KsString& s, auto method, auto out) {
         const int rc = (s.*method)(out);
         return rc == -1 && out == 0 ? std::string("-") : std::to_string(out);
     };
     for (const Case& c : cases) {
-        for (uchar cs : {uchar(1), uchar(253)}) {
-            SCOPED_TRACE(c.text);
-            const KsString s = Make(c.text, cs);
-            EXPECT_EQ(run(s, &KsString::Atol, 99), c.decimal);
-            EXPECT_EQ(run(s, &KsString::Strtol, 99), c.detected);
-            EXPECT_EQ(run(s, &KsString::Atoll, KsI64(99)), c.decimal);
-            EXPECT_EQ(run(s, &KsString::Strtoll, KsI64(99)), c.detected);
-        }
+        SCOPED_TRACE(c.text);
+        const KsString s = Make(c.text, 1), w = Make(c.text, 253);
+        EXPECT_EQ(run(s, &KsString::Atol, 99), c.decimal);
+        EXPECT_EQ(run(w, &KsString::Strtol, 99), c.detected);
+        EXPECT_EQ(run(w, &KsString::Atoll, KsI64(99)), c.decimal);
+        EXPECT_EQ(run(s, &KsString::Strtoll, KsI64(99)), c.detected);
     }
 
     struct Split {
@@ -300,10 +230,8 @@ TEST_F(KsStringOpsNumber, StrictFormsAndSplitList)
     } splits[] = {
         {"a,b", ",", {"a@2", "b@4"}},
         {" a , b ,c", ",", {"a@4", "b@8", "c@10"}},
-        {",a", ",", {"a@3"}},
         {"a,,b", ",", {"a@2", "@3", "b@5"}},
         {"a::b", "::", {"a@2", ":b@5"}},  // the next search starts one past the hit
-        {"", ",", {}},
     };
     for (const Split& c : splits) {
         SCOPED_TRACE(c.list);

@@ -47,31 +47,20 @@ TEST(KsUtf8, DecodeOneCharacter)
         ushort value;
     } cases[] = {
         {"A", 1, 0x41},
-        {std::string(1, '\0'), 1, 0},
         {"\xC3\xA9", 2, 0xE9},
-        {"\xC2\x80", 2, 0x80},
         {"\xDF\xBF", 2, 0x7FF},
         {"\xC0\x80", -1, 0},  // overlong zero
-        {"\xC1\xBF", -1, 0},  // overlong 7F
-        {"\xE0\xA0\x80", 3, 0x800},
         {"\xE2\x82\xAC", 3, 0x20AC},
         {"\xED\xA0\x80", 3, 0xD800},  // a surrogate is just a unit
-        {"\xEF\xBF\xBF", 3, 0xFFFF},
         {"\xE0\x9F\xBF", -1, 0},
-        {"\xF0\x90\x80\x80", 4, 0x0000},  // longer values keep their low 16 bits
         {"\xF0\x9F\x98\x80", 4, 0xF600},
-        {"\xF7\xBF\xBF\xBF", 4, 0xFFFF},
         {"\xF0\x8F\xBF\xBF", -1, 0},
         {"\xF8\x88\x80\x80\x81", 5, 0x0001},
-        {"\xF8\x87\xBF\xBF\xBF", -1, 0},
         {"\xFC\x84\x80\x80\x80\x82", 6, 0x0002},
-        {"\xFD\xBF\xBF\xBF\xBF\xBF", 6, 0xFFFF},
         {"\xFC\x83\xBF\xBF\xBF\xBF", -1, 0},
         {"\xFE\x80\x80\x80\x80\x80\x80", -1, 0},
-        {"\xFF\x80\x80\x80\x80\x80\x80", -1, 0},
         {"\x80", -1, 0},  // lone continuation
         {"\xC3\x41", -1, 0},
-        {"\xC3\xC3", -1, 0},
         {"\xE2\x82\x41", -1, 0},
     };
     for (const Case& c : cases) {
@@ -93,13 +82,9 @@ TEST(KsUtf8, EncodeOneCharacter)
         std::uint32_t c;
         std::string bytes;
     } cases[] = {
-        {0x7F, "\x7F"},
         {0x80, "\xC2\x80"},
-        {0x800, "\xE0\xA0\x80"},
         {0x10000, "\xF0\x90\x80\x80"},
-        {0x1FFFFF, "\xF7\xBF\xBF\xBF"},
         {0x200000, "\xF8\x88\x80\x80\x80"},
-        {0x3FFFFFF, "\xFB\xBF\xBF\xBF\xBF"},
         {0x4000000, "\xFC\x84\x80\x80\x80\x80"},
         {0x7FFFFFFF, "\xFD\xBF\xBF\xBF\xBF\xBF"},
     };
@@ -107,15 +92,6 @@ TEST(KsUtf8, EncodeOneCharacter)
         char out[8] = {};
         EXPECT_EQ(KsWChar2MultiByte(out, wchar_t(c.c)), int(c.bytes.size())) << c.c;
         EXPECT_EQ(std::string(out), c.bytes);
-    }
-    // Every 16-bit value: one to three bytes, and back.
-    for (uint c = 0; c <= 0xFFFF; ++c) {
-        char out[8];
-        const int k = KsWChar2MultiByte(out, wchar_t(c));
-        ASSERT_EQ(k, c < 0x80 ? 1 : c < 0x800 ? 2 : 3) << c;
-        ushort back = 0;
-        ASSERT_EQ(KsMultiByte2WChar(&back, out, uint(k)), k) << c;
-        ASSERT_EQ(back, c);
     }
     char out[8];
     if (sizeof(wchar_t) == 4) {
@@ -148,17 +124,13 @@ TEST(KsUtf8, DecodeIntoKsString)
         std::size_t chars;
     } cases[] = {
         {"caf\xC3\xA9", 5, 5, {'c', 'a', 'f', 0xE9}, 4},
-        {"a", 0, 0, {}, 0},
         {"abc", 2, 2, {'a', 'b'}, 2},
         {std::string("ab\0c", 4), 4, 2, {'a', 'b'}, 2},  // a zero byte ends the text
         {"a\xF0\x90\x80\x80" "b", 6, 1, {'a'}, 1},      // so does a longer zero
         {std::string("a\xC3\xA9\0x", 5), -1, 3, {'a', 0xE9}, 2},
         {"ab\x80" "c", 4, -1, {'a', 'b'}, 2},  // what came before stays
-        {"a\xE2\x82", 3, -1, {'a'}, 1},
         {"a\xE2\x82\xAC", 3, -1, {'a'}, 1},
-        {std::string("a\xC3\0", 3), -1, -1, {'a'}, 1},
         // 32768 bytes stop the decode; the string itself keeps 32765 units.
-        {a32767, 32767, 32767, {}, 32765},
         {a32767 + "a", 32768, -2, {}, 32765},
         {a32767.substr(1) + "\xE2\x82\xAC" + "zz", 32771, -2, {}, 32765},
         {a32767.substr(27767) + "\xC3\xC3", 5002, -1, {}, 5000},
@@ -177,8 +149,6 @@ TEST(KsUtf8, DecodeIntoKsString)
         }
         EXPECT_EQ(c.chars == 0, out.Text() == nullptr);
     }
-    KsString out;
-    EXPECT_EQ(KsMBS2KsString(nullptr, out, 3), -1);
 
     // From a KsString's bytes, also into itself.
     KsString s = Make(1, "caf\xC3\xA9");
@@ -240,15 +210,12 @@ TEST(KsUtf8, EncodeIntoCallerBuffer)
     } cases[] = {
         {Make(0, "abc"), 6, 3, std::string("abc\0\0\0", 6)},  // plain: zero-filled
         {Make(0, "abc"), 3, -3, "abc"},                       // plain needs the zero
-        {Make(0, "abc"), 2, -3, "ab"},
         {Make(26, "abc"), 2, -3, "ab"},
         {Make(27, "abc"), 2, -2, "ab"},  // beyond 26: the encoding path
         {Make(1, "caf\xE9"), 7, 5, std::string("caf\xC3\xA9\0", 6)},
         {Make(1, "caf\xE9"), 5, 5, "caf\xC3\xA9"},  // encoded text may fill it
-        {Make(1, "caf\xE9"), 4, -3, "caf"},
         {Make16({0x20AC, 0x7F}), 5, 4, std::string("\xE2\x82\xAC\x7F\0", 5)},
         {Make(0, "\xE9"), 3, 2, std::string("\xC3\xA9\0", 3)},  // native is ISO-8859-1
-        {KsString(), 2, 0, std::string("\0\0", 2)},
         {KsString(), 0, 0, ""},
     };
     for (const Case& c : cases) {
@@ -265,29 +232,7 @@ TEST(KsUtf8, EncodedLength)
     EXPECT_EQ(KsMBSLength(Make(6, "abc"), 1), 1);
     EXPECT_EQ(KsMBSLength(Make(1, "caf\xE9"), 4), 5);
     EXPECT_EQ(KsMBSLength(Make(1, "caf\xE9"), 3), 3);
-    EXPECT_EQ(KsMBSLength(Make(1, "caf\xE9"), 100), 5);
     EXPECT_EQ(KsMBSLength(Make16({0x20AC, 'a', 0x100}), 3), 6);
-    EXPECT_EQ(KsMBSLength(Make(1, "abc"), 0), 0);
-}
-
-TEST(KsUtf8, CallerBufferOfTheReportedSize)
-{
-    // A refusal reports the text's bytes without the terminator. A buffer
-    // of that size takes encoded text (unterminated) but still refuses
-    // plain text, whose copy needs room for the terminator.
-    const struct {
-        KsString s;
-        int result;
-    } cases[] = {{Make(0, "abc"), -1}, {Make(1, "caf\xE9"), 5}};
-    for (const auto& c : cases) {
-        char buf[8] = {};
-        char* out = buf;
-        int size = 2;
-        EXPECT_EQ(KsString2MultiByteString(c.s, out, size), -1);
-        const int needed = size;
-        EXPECT_EQ(KsString2MultiByteString(c.s, out, size), c.result);
-        EXPECT_EQ(size, needed);
-    }
 }
 
 TEST(KsUtf8, EncodeIntoAllocatedOrCallerBuffer)
@@ -295,13 +240,17 @@ TEST(KsUtf8, EncodeIntoAllocatedOrCallerBuffer)
     std::string long8(3000, '\xE9'), longUtf8;
     for (int i = 0; i < 3000; ++i)
         longUtf8 += "\xC3\xA9";
+    // A refusal reports the text's bytes without the terminator. A buffer of
+    // that size takes encoded text (unterminated) but still refuses plain
+    // text, whose copy needs room for the terminator.
     const struct {
         KsString s;
         std::string utf8;
-    } cases[] = {{KsString(), ""},
-                 {Make(0, "abc"), "abc"},
-                 {Make(1, "caf\xE9"), "caf\xC3\xA9"},
-                 {Make(1, long8), longUtf8}};  // beyond the internal buffer
+        int atReportedSize;
+    } cases[] = {{KsString(), "", 0},
+                 {Make(0, "abc"), "abc", -1},
+                 {Make(1, "caf\xE9"), "caf\xC3\xA9", 5},
+                 {Make(1, long8), longUtf8, 6000}};  // beyond the internal buffer
     for (const auto& c : cases) {
         SCOPED_TRACE(c.utf8.size());
         const int len = int(c.utf8.size());
@@ -314,10 +263,11 @@ TEST(KsUtf8, EncodeIntoAllocatedOrCallerBuffer)
 
         std::string mine(std::size_t(len) + 1, '\x55');
         out = mine.data();
-        size = len - 1;
         if (len > 1) {  // too small: the text's byte count comes back
+            size = 1;
             EXPECT_EQ(KsString2MultiByteString(c.s, out, size), -1);
             EXPECT_EQ(size, len);
+            EXPECT_EQ(KsString2MultiByteString(c.s, out, size), c.atReportedSize);
         }
         size = len + 1;
         EXPECT_EQ(KsString2MultiByteString(c.s, out, size), len);
