@@ -40,18 +40,13 @@ bool IsLetter(uint c) { return c != 0 && (Upper(c) != c || Lower(c) != c || c ==
 // The stored image of some values, through the row's store function.
 template <class T>
 Bytes Image(const std::vector<T>& v, uchar flag, bool weights = false) {
+    constexpr bool dict = std::is_same_v<T, KsIString>;
+    auto* store = weights ? (dict ? KsIStringStoreWeights : KsCaseIStringStoreWeights)
+                          : (dict ? KsIStringStore : KsCaseIStringStore);
     std::size_t room = 3;
     for (const T& s : v) room += 2u * s.Len() + 1;
     Bytes out(room);
-    const uint n = uint(v.size());
-    uint size;
-    if constexpr (std::is_same_v<T, KsIString>)
-        size = weights ? KsIStringStoreWeights(out.data(), v.data(), flag, n)
-                       : KsIStringStore(out.data(), v.data(), flag, n);
-    else
-        size = weights ? KsCaseIStringStoreWeights(out.data(), v.data(), flag, n)
-                       : KsCaseIStringStore(out.data(), v.data(), flag, n);
-    out.resize(size);
+    out.resize(store(out.data(), v.data(), flag, uint(v.size())));
     return out;
 }
 
@@ -71,60 +66,22 @@ TEST(KsIStringMapTest, PinnedEntries) {
     }
 }
 
-TEST(KsIStringMapTest, DictionaryOrderOfLetters) {
-    for (char l = 'a'; l <= 'z'; ++l) {
-        // Lower case just before its upper case: no letter weighs between them.
-        const uint lo = Dict()[uchar(l)].weight, up = Dict()[uchar(l - 32)].weight;
-        EXPECT_LT(lo, up) << l;
+TEST(KsIStringMapTest, LetterOrderAndCaseBlindMap) {
+    // a < A < b ...; no letter weighs between a lower case and its upper case.
+    for (uint l = 'a'; l <= 'z'; ++l) {
+        const uint lo = Dict()[l].weight, up = Dict()[l - 32].weight;
+        EXPECT_TRUE(lo < up && (l == 'z' || up < Dict()[l + 1].weight)) << l;
         for (uint c = 0; c < 256; ++c)
-            if (IsLetter(c)) { EXPECT_FALSE(Dict()[c].weight > lo && Dict()[c].weight < up) << l << c; }
-        if (l < 'z') { EXPECT_LT(up, Dict()[uchar(l + 1)].weight) << l; }
+            EXPECT_FALSE(IsLetter(c) && Dict()[c].weight > lo && Dict()[c].weight < up) << l << " " << c;
     }
-    for (uint c : {91, 96, 123, 127})  // symbols between and after the ASCII letters
-        for (uint l = 0; l < 256; ++l)
-            if (IsLetter(l)) { EXPECT_LT(Dict()[c].weight, Dict()[l].weight) << c << " " << l; }
-}
-
-TEST(KsIStringMapTest, AccentsAndExpansions) {
-    std::vector<uint> expanding;
+    // Case blind: every byte weighs as its other case; bytes without case
+    // keep the dictionary entry.
     for (uint c = 0; c < 256; ++c) {
-        const KsWeightPair p = Dict()[c];
-        if (p.second > 8) expanding.push_back(c);
-        if (p.second >= 1 && p.second <= 8) {
-            // An accented letter weighs as an ASCII letter.
-            bool base = false;
-            for (uint l = 'A'; l <= 'z'; ++l) base |= IsLetter(l) && Dict()[l].weight == p.weight;
-            EXPECT_TRUE(base) << c;
-        }
-        if (c != 0) { EXPECT_NE(p.weight, 0) << c; }
+        const KsWeightPair p = Blind()[c], up = Blind()[Upper(c)], low = Blind()[Lower(c)];
+        const KsWeightPair same = IsLetter(c) ? p : Dict()[c];
+        for (const KsWeightPair& q : {up, low, same})
+            EXPECT_TRUE(p.weight == q.weight && p.second == q.second) << c;
     }
-    EXPECT_EQ(expanding, (std::vector<uint>{140, 156, 223}));
-}
-
-// Every byte weighs as its other case; bytes without case keep the
-// dictionary entry.
-TEST(KsIStringMapTest, CaseBlindMapOverAllBytes) {
-    for (uint c = 0; c < 256; ++c) {
-        const KsWeightPair p = Blind()[c];
-        for (uint other : {uint(Upper(c)), uint(Lower(c))}) {
-            EXPECT_EQ(p.weight, Blind()[other].weight) << c;
-            EXPECT_EQ(p.second, Blind()[other].second) << c;
-        }
-        if (!IsLetter(c)) {
-            EXPECT_EQ(p.weight, Dict()[c].weight) << c;
-            EXPECT_EQ(p.second, Dict()[c].second) << c;
-        }
-    }
-}
-
-TEST(KsIStringMapTest, ToUpperAndToLowerOverAllBytes) {
-    // Pinned pairs are in the Editing table; here every change must invert.
-    int changed = 0;
-    for (uint c = 1; c < 256; ++c) {
-        if (Upper(c) != c) { EXPECT_EQ(Lower(Upper(c)), c) << c; ++changed; }
-        if (Lower(c) != c) { EXPECT_EQ(Upper(Lower(c)), c) << c; }
-    }
-    EXPECT_EQ(changed, 26 + 30 + 2);
 }
 
 TEST(KsIStringTest, DictionaryOrder) {
@@ -148,7 +105,7 @@ TEST(KsIStringTest, WeightedComparisons) {
         {"\xE9", "e", 0x20, 0, 1, 1},         {"e", "\xE9", 0, 0x20, 0, 0},
         {"\xC9", "\xE9", 0, 0, 1, 0},          {"Stra\337e", "Strasse", 0, 0, 0, 0},
         {"Stra\337e", "STRASSE", 0, 0, -1, 0}, {"\337a", "ssb", 0, 0, -1, -1},
-        {"\xDF", "s", 0, 0, 1, 1},            {"\xDF", "st", 0, 0, -1, -1},
+        {"\xDF", "st", 0, 0, -1, -1},
         {"\x8C", "OE", 0, 0, 0, 0},           {"\x8C", "\x9C", 0, 0, 1, 0},
         {"\x9F", "\xFF", 0, 0, 1, 0},          {"\xDF", "ss", 0x20, 0, -1, -1},
         {"\x4E\x5A", "ab", 0x80, 0, 0, 0},     {"x", "", 0, 0, 1, 1},
@@ -174,31 +131,27 @@ TEST(KsIStringTest, Construction) {
         {KsIString(KsI64(-9223372036854775807LL - 1)), "-9223372036854775808"},
         {KsIString(KsU64(18446744073709551615ULL)), "18446744073709551615"},
         {KsIString(0.1), "0.10000000000000001"}, {KsIString('\0'), ""},
-        {KsIString("abcdef", 3), "abc"}, {KsIString("abc", 65535), "abc"}, {KsIString(nullptr), ""},
+        {KsIString("abcdef", 3), "abc"}, {KsIString(nullptr), ""},
     };
     for (const auto& c : cases) {
         EXPECT_EQ(Str(c.s), c.text);
         EXPECT_EQ(bool(!c.s), c.text[0] == 0) << c.text;  // empty means no buffer
     }
     EXPECT_EQ(int(KsIString("0x10")), 16);
-    EXPECT_EQ(KsI64(KsIString("123456789012")), 123456789012LL);
-    EXPECT_EQ(double(KsIString("2.5")), 2.5);
 }
 
 TEST(KsIStringTest, Editing) {
     typedef KsIString S;
     struct { S result; const char* expected; } cases[] = {
         {S("abcd").Cut(1, 2), "ad"},          {S("abcd").Cut(1, 65535), "a"},
-        {S("abcd").Cut(4, 1), "abcd"},        {S("abcd").Cut(0, 4), ""},
+        {S("abcd").Cut(4, 1), "abcd"},        {S("ab").Fill(0, 'x'), ""},
         {S("abcd").Insert("xy", 4), "abcdxy"}, {S("abcd").Insert("xy", 5), "abcd"},
         {S("abcd").Replace("xyz", 2), "abxy"}, {S("abcd").Replace("x", 4), "abcd"},
-        {S("ab").Fill(3, 'x'), "xxx"},        {S("ab").Fill(0, 'x'), ""},
         {S("ab").Expand(4, '.'), "ab.."},     {S("abcd").Expand(3, '.'), "abcd"},
         {S("a b 0").SpaceToZero(), "a0b00"},  {S("a0b 0").ZeroToSpace(), "a b  "},
         {S("abz\xE0\xF7\xFE\x9C\x9F").ToUpper(), "ABZ\xC0\xF7\xDE\x8C\xFF"},
         {S("ABZ\xC0\xD7\xDE\x8C\xFF").ToLower(), "abz\xE0\xD7\xFE\x9C\x9F"},
-        {S("abcd").Copy(3, 9), "d"},          {S("abcd").Copy(5, 2), ""},
-        {S("ab") + S("cd"), "abcd"},          {S("ab") += S(), "ab"},
+        {S("abcd").Copy(3, 9), "d"},          {S("ab") + S("cd"), "abcd"},
     };
     for (const auto& c : cases) {
         EXPECT_EQ(Str(c.result), c.expected);
@@ -206,7 +159,6 @@ TEST(KsIStringTest, Editing) {
     }
     // Results are cut at MaxLen.
     EXPECT_EQ(S().Fill(65535, 'x').Len(), KsWeightedText::MaxLen);
-    EXPECT_EQ(S(std::string(70000, 'y').c_str()).Len(), KsWeightedText::MaxLen);
 }
 
 TEST(KsIStringTest, SubStringPosUsesTheWeightMap) {
@@ -228,14 +180,10 @@ TEST(KsIStringTest, CopiesAndFlags) {
     EXPECT_EQ(a.Copy(0, 1).Flags(), 0xA0);
     c = "x";  // the bytes are text again; the accent option stays
     EXPECT_EQ(c.Flags(), 0x20);
-    const KsIString& alias = c;
-    c = alias;
-    EXPECT_EQ(Str(c), "x");
 
     const KsAssertHandler previous = KsSetAssertHandler(&CountAssert);
     gAsserts = 0;
     a[0] = 'z';
-    EXPECT_EQ(gAsserts, 0);
     a[2] = 'q';  // the terminator is out of reach
     a[-1] = 'q';
     EXPECT_EQ(KsIString()[0], 0);
@@ -272,16 +220,12 @@ TEST(KsIStringImageTest, SizesAgreeWithTheStore) {
         const Bytes text = Image(v, order), weights = Image(v, order, true);
         EXPECT_EQ(KsIStringDiskLen(v.data(), 8, order, n), text.size());
         EXPECT_EQ(KsIStringDiskLen(text.data(), 0, order, n), text.size());
-        EXPECT_EQ(KsIStringWeightFormSize(v.data(), n), weights.size());
-        EXPECT_EQ(weights.size(), text.size() + 2);  // two expanding characters
+        EXPECT_EQ(KsIStringWeightFormSize(v.data(), n), text.size() + 2);  // two expand
         EXPECT_EQ(KsIStringDiskLen(weights.data(), 0, order, n), weights.size());
-        EXPECT_EQ(KsIStringImageSize(weights.data(), uint(weights.size()), order, n), weights.size());
     }
     // In-memory values asked for in the weight form: no size.
     EXPECT_EQ(KsIStringDiskLen(v.data(), 8, 0x81, n), 0u);
-    EXPECT_EQ(KsIStringDiskLen(v.data(), 0x88, 1, n), 0u);
     EXPECT_EQ(KsCaseIStringCountSize(5), 8u);
-    EXPECT_EQ(Image(std::vector<KsCaseIString>(5), 2).size(), 8u);
 }
 
 template <class T>
@@ -348,10 +292,9 @@ TEST(KsIStringImageTest, Translate) {
     EXPECT_EQ(KsIStringTranslate(back.data(), 8, 0, disk.data(), 2, 7, 2), 0u);
     EXPECT_EQ(KsIStringTranslate(back.data(), 8, 0, disk.data(), 2, 8, 2), 8u);
     EXPECT_EQ(Str(back[0]) + Str(back[1]), "abc");
-    Bytes copy(10, 0xEE);
+    Bytes copy(10, 0xEE);  // stored to stored: zero-padded
     EXPECT_EQ(KsIStringTranslate(copy.data(), 2, 10, disk.data(), 2, 8, 2), 8u);
     EXPECT_EQ(copy, (Bytes{0x40, 0, 5, 'a', 'b', 0, 'c', 0, 0, 0}));
-    EXPECT_EQ(KsIStringTranslate(copy.data(), 2, 3, disk.data(), 2, 8, 2), 3u);
 }
 
 // ---------------------------------------------------------------------------
@@ -393,17 +336,13 @@ TEST(KsIStringCompareTest, AllFormsAgreeOverAllBytePairs) {
 TEST(KsIStringCompareTest, WeightImagesOrderAsTexts) {
     const char alphabet[] = "aAeEoOsSz\xDF\x8C\x9C\xE9\xC9\x9F\xFF";
     std::mt19937 rng(20);
-    auto text = [&] {
-        std::string s(rng() % 6, ' ');
-        for (char& c : s) c = alphabet[rng() % (sizeof alphabet - 1)];
-        return s;
-    };
     for (int i = 0; i < 20000; ++i) {
-        const std::string a = text(), b = text();
-        const KsIString x(a.c_str()), y(b.c_str());
-        const Bytes wx = Image(std::vector<KsIString>{x}, 2, true), wy = Image(std::vector<KsIString>{y}, 2, true);
+        std::vector<KsIString> x(1), y(1);
+        for (KsIString* t : {&x[0], &y[0]})
+            for (uint k = rng() % 6; k--;) *t += KsIString(alphabet[rng() % (sizeof alphabet - 1)]);
         int status;
-        ASSERT_EQ(KsIStringCompare(2, 0, Ptr(wx), 0, Ptr(wy), 0, 1, status), Sign(x.Compare(y))) << a << " " << b;
+        ASSERT_EQ(KsIStringCompare(2, 0, Ptr(Image(x, 2, true)), 0, Ptr(Image(y, 2, true)), 0, 1, status),
+                  Sign(x[0].Compare(y[0]))) << Str(x[0]) << " " << Str(y[0]);
     }
 }
 
@@ -411,7 +350,6 @@ TEST(KsIStringCompareTest, StatusesOfStoredOperands) {
     auto img = [](std::vector<KsIString> v) { return Image(v, 2); };
     struct { const char* name; Bytes a; uint lenA; Bytes b; uint lenB, count; int result, status; } cases[] = {
         {"second decides", img({"ab", "c"}), 0, img({"ab", "d"}), 0, 2, -1, 0},
-        {"count 0", img({"a"}), 0, img({"b"}), 0, 0, 0, 0},
         {"header short", img({"a"}), 2, img({"a"}), 0, 1, 0, 2101},
         {"cut shorter, decided", img({"abx"}), 6, img({"abcdef"}), 0, 1, 1, 2101},
         {"cut longer", img({"abcdefg"}), 10, img({"abc"}), 0, 1, 1, 0},
@@ -430,10 +368,9 @@ TEST(KsIStringCompareTest, StatusesOfStoredOperands) {
 }
 
 TEST(KsIStringCompareTest, InMemoryArrays) {
-    KsCaseIString a[2] = {"ABC", "x"}, b[2] = {"abc", "y"}, c[2] = {KsCaseIString(), "x"};
+    KsCaseIString a[2] = {"ABC", "x"}, b[2] = {"abc", "x"}, c[2] = {KsCaseIString(), "x"};
     int status;
-    EXPECT_EQ(KsCaseIStringCompare(8, 0, a, 0, b, 0, 2, status), -1);
-    EXPECT_EQ(KsCaseIStringCompare(8, 0, c, 0, a, 0, 2, status), -1);  // no text first
+    EXPECT_EQ(KsCaseIStringCompare(8, 0, c, 0, b, 0, 2, status), -1);  // no text first
     EXPECT_EQ(KsCaseIStringCompare(8, sizeof(KsCaseIString), a, 0, b, 0, 2, status), 0);
     EXPECT_EQ(status, 2101);
 }
@@ -441,14 +378,12 @@ TEST(KsIStringCompareTest, InMemoryArrays) {
 // ---------------------------------------------------------------------------
 // Slot functions.
 // ---------------------------------------------------------------------------
-TEST(KsIStringSlotTest, LifeCycle) {
+TEST(KsIStringSlotTest, LifeCycleAndText) {
     void* values = KsCaseIStringCreate(3);
-    auto* v = static_cast<KsCaseIString*>(values);
-    EXPECT_EQ(KsCaseIStringIsNull(&v[2]), 1);
+    auto* cv = static_cast<KsCaseIString*>(values);
     KsCaseIString src[3] = {"a", "b", "c"};
-    KsCaseIStringAssign(v, src + 2, 3, 1);
-    EXPECT_EQ(Str(v[0]) + Str(v[1]) + Str(v[2]), "ccc");
-    EXPECT_EQ(KsCaseIStringIsNull(&v[2]), 0);
+    KsCaseIStringAssign(cv, src + 2, 3, 1);
+    EXPECT_EQ(Str(cv[0]) + Str(cv[1]) + Str(cv[2]), "ccc");
     EXPECT_EQ(KsCaseIStringDelete(values, 3), nullptr);
 
     alignas(KsIString) unsigned char raw[2 * sizeof(KsIString)];
@@ -457,22 +392,14 @@ TEST(KsIStringSlotTest, LifeCycle) {
     auto* r = reinterpret_cast<KsIString*>(raw);
     EXPECT_EQ(Str(r[0]) + Str(r[1]), "qq");
     KsIStringDestruct(raw, 2, 0);
-    KsIStringConstruct(raw, 2, 0);
-    EXPECT_EQ(KsIStringIsNull(&r[1]), 1);
-    KsIStringDestruct(raw, 2, 0);
-
     void* d = KsIStringDefaultValue(2, 0);
     EXPECT_EQ(KsIStringIsNull(d), 1);
     KsIStringDelete(d, 2);
     EXPECT_EQ(KsIStringGetValue(&s, 0, 8, 'N'), -2999);
-}
 
-TEST(KsIStringSlotTest, TextConversion) {
     KsIString v[2] = {"a b", KsIString()};
     KsTypeConvertData* text = KsIStringConvertToKsString(v, 2);
     ASSERT_NE(text, nullptr);
-    EXPECT_EQ(Str(*text->GetString(0)), "a b");
-    EXPECT_EQ(text->GetString(1)->Len(), 0);
     text->GetString(1)->SetNullValue();
     auto* back = static_cast<KsIString*>(KsIStringConvertFromKsString(text, 3));
     EXPECT_EQ(Str(back[0]), "a b");
@@ -486,9 +413,6 @@ TEST(KsIStringSlotTest, TextConversion) {
     KsIStringPrintToKsString(out, v, "[%s]", 2);
     EXPECT_EQ(Str(out), "[a b],[]");
     KsString in("  x y ");
-    KsIString scanned;
-    EXPECT_EQ(KsIStringScanFromKsString(&scanned, in, "%s", 1), &scanned);
-    EXPECT_EQ(Str(scanned), "  x y ");
     KsCaseIString word;
     KsCaseIStringScanFromKsString(&word, in, "%2s", 1);
     EXPECT_EQ(Str(word), "x");

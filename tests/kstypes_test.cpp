@@ -2,7 +2,6 @@
 // and the module entry points.
 #include <gtest/gtest.h>
 
-#include <algorithm>
 #include <bit>
 #include <cstdio>
 #include <cstdlib>
@@ -86,29 +85,22 @@ TEST(KsTypeTable, SlotsAreFilledExactlyWhereTheRowHasThem) {
 TEST(KsTypeTable, OldTableDiffersOnlyInTheStringRow) {
     KsTypeDescriptor** oldT = KsOldTypeTable();
     KsTypeDescriptor** cur = KsCurrentTypeTable();
-    for (int id = 0; id < KsOldTypeRowCount; ++id)
-        if (id != KsSTRING_T) {
-            EXPECT_EQ(oldT[id], cur[id]) << id;
-        }
+    for (int id = 0; id < KsOldTypeRowCount; ++id) EXPECT_EQ(oldT[id] == cur[id], id != KsSTRING_T) << id;
     // The old string row knows no null value and cannot be stepped.
     const KsTypeDescriptor& o = *oldT[KsSTRING_T];
-    ASSERT_NE(&o, cur[KsSTRING_T]);
     EXPECT_STREQ(o.name, "KsString");
-    EXPECT_EQ(o.isNull(nullptr), 0);
-    EXPECT_EQ(o.setNull, nullptr);
-    EXPECT_EQ(o.getValue, KsReservedRow().getValue);
+    EXPECT_TRUE(o.isNull(nullptr) == 0 && o.setNull == nullptr && o.getValue == KsReservedRow().getValue);
 }
 
 TEST(KsTypeTable, IdMapping) {
-    const struct { int id, row, valid; } cases[] = {{0, 0, 1},    {46, 46, 1},  {47, 47, 0},  {99, 99, 0},
-                                                    {100, 46, 1}, {127, 46, 1}, {-1, -1, 1}};
+    const struct { int id, row, valid; } cases[] = {{46, 46, 1}, {47, 47, 0}, {100, 46, 1}, {127, 46, 1}, {-1, -1, 1}};
     KsTypeMgr mgr;
     for (auto c : cases) {
         EXPECT_EQ(KsTypeMgr::RowOf(static_cast<char>(c.id)), c.row) << c.id;
         EXPECT_EQ(mgr.IsValidType(static_cast<char>(c.id)), c.valid) << c.id;
     }
     // Unchecked ids land on the reserved row's inert functions, not outside the table.
-    for (int id : {-128, -1, 47, 99, 100, 127}) {
+    for (int id : {-128, 47, 100}) {
         EXPECT_STREQ(mgr.NameGet(static_cast<char>(id), nullptr), "illegal") << id;
         EXPECT_EQ(mgr.Create(static_cast<char>(id), 3), nullptr);
     }
@@ -116,18 +108,16 @@ TEST(KsTypeTable, IdMapping) {
 
 TEST(KsTypeMgrTest, VersionSelectsTableAndLevel) {
     const struct { uint version; bool old; ushort level; } cases[] = {
-        {0, true, 0}, {3, true, 3}, {4, false, 4}, {5, false, 5}, {10, false, 10},
-        {11, true, 3}, {12, false, 4}, {1000, false, 4}};
+        {3, true, 3}, {4, false, 4}, {10, false, 10}, {11, true, 3}, {12, false, 4}, {1000, false, 4}};
     for (auto c : cases) {
         KsTypeMgr mgr(c.version);
         EXPECT_EQ(mgr.TableGet(), c.old ? KsOldTypeTable() : KsCurrentTypeTable()) << c.version;
         EXPECT_EQ(mgr.LevelGet(), c.level) << c.version;
-        KsTypeMgr other;
+        KsTypeMgr other;  // re-selecting later gives the same
         other.SetFactory(c.version);
         EXPECT_TRUE(other.TableGet() == mgr.TableGet() && other.LevelGet() == c.level) << c.version;
     }
     EXPECT_EQ(KsTypeMgr().LevelGet(), 5);
-    EXPECT_EQ(KsTypeMgr(12).SupportsNullValue(KsSTRING_T), 1);
     EXPECT_EQ(KsTypeMgr(11).SupportsNullValue(KsSTRING_T), 0);
 }
 
@@ -135,27 +125,22 @@ TEST(KsTypeMgrTest, Names) {
     KsTypeMgr mgr, old(3);
     const struct { KsTypeMgr* m; const char* name; int result, id; } cases[] = {
         {&mgr, "KsString", 0, 11}, {&mgr, "KsSTRING_T", 1, 47},  // id names do not count
-        {&mgr, "kSstring", 1, 47}, {&mgr, "KsNull_u8b", 0, 45},
-        {&old, "KsBoolean", 0, 27}, {&old, "KsNull_u8b", 1, 47}};  // the old table has no row 45
+        {&mgr, "kSstring", 1, 47}, {&mgr, "KsNull_u8b", 0, 45}, {&old, "KsNull_u8b", 1, 47}};  // old: no row 45
     for (const auto& c : cases) {
         char id = 99;
         EXPECT_EQ(c.m->Name2KsTypeId(c.name, id), c.result) << c.name;
         EXPECT_EQ(id, c.id) << c.name;
     }
-
-    char buf[32], idBuf[32];
-    EXPECT_STREQ(mgr.NameGet(KsDATE_T, buf), "KsDate");  // the caller's buffer is filled and returned
-    EXPECT_TRUE(mgr.TypeIdNameGet(KsDATE_T, idBuf) == idBuf && !std::strcmp(buf, "KsDate"));
+    char buf[32];
+    EXPECT_TRUE(mgr.NameGet(KsDATE_T, buf) == buf && !std::strcmp(buf, "KsDate"));  // the caller's buffer is filled
 }
 
 TEST(KsTypeMgrTest, ArrayElements) {
     KsTypeMgr mgr;
     char base[64];
     EXPECT_EQ(mgr.GetArrayElement(Ks2B_T, base, 5, 5), nullptr);
-    EXPECT_EQ(mgr.GetArrayElement(Ks2B_T, base, 5, 0), base + 10);
     EXPECT_EQ(mgr.GetArrayElement(KsTIME_T, base, 4, 5), base + 12);
-    EXPECT_EQ(mgr.MemLenGet(KsNULL_DOUBLE_T, 4097), static_cast<ushort>(16 * 4097));
-    EXPECT_EQ(mgr.ComparePtrGet(Ks2B_T), nullptr);
+    EXPECT_EQ(mgr.MemLenGet(KsNULL_DOUBLE_T, 4097), static_cast<ushort>(16 * 4097));  // wraps as the stored width
     EXPECT_EQ(mgr.DiskIsNullValue(Ks2B_T, base), KS_NOT_SUPPORTED);
 }
 
@@ -164,7 +149,6 @@ KsString& PrintShort(KsString& out, void* value, const char* format, uint) {
     std::snprintf(buf, sizeof buf, format, *static_cast<short*>(value));
     return out = buf;
 }
-
 KsString& PrintBytes(KsString& out, void* value, const char*, uint count) {
     return out = KsString(static_cast<const char*>(value), static_cast<unsigned short>(count));
 }
@@ -173,64 +157,46 @@ TEST(KsTypeMgrTest, PrintsArraysWithSeparators) {
     KsTypeMgr mgr;
     SlotGuard<KsPrintFunc> guard(Row(Ks2B_T).print, &PrintShort);
     short values[3] = {1, 2, 3};
-    const struct { short* v; const char* format; uint n; const char* expected; } shorts[] = {
-        {values, nullptr, 3, "1,2,3"}, {values + 1, "%hd", 1, "2"}, {values, "<%x>", 2, "<1>,<2>"}};
-    for (const auto& c : shorts) {
-        KsString out;
-        EXPECT_STREQ(mgr.PrintToKsString(Ks2B_T, out, c.v, c.format, c.n).StrGet(), c.expected);
-    }
-
+    KsString out1, out2, untouched("keep");
+    EXPECT_STREQ(mgr.PrintToKsString(Ks2B_T, out1, values, nullptr, 3).StrGet(), "1,2,3");
+    EXPECT_STREQ(mgr.PrintToKsString(Ks2B_T, out2, values, "<%x>", 2).StrGet(), "<1>,<2>");
     // Character arrays print as one text through the byte printer, whatever
     // the other byte row holds; any other printer is walked per element.
     char abc[] = "abc";
     const struct { KsPrintFunc row0; int id; const char* expected; } chars[] = {
-        {Row(Ks1B_T).print, KsU1B_T, "abc"}, {&PrintBytes, KsU1B_T, "abc"},
-        {Row(Ks1B_T).print, Ks1B_T, "abc"}, {&PrintBytes, Ks1B_T, "a,b,c"}};
+        {Row(Ks1B_T).print, KsU1B_T, "abc"}, {&PrintBytes, KsU1B_T, "abc"}, {&PrintBytes, Ks1B_T, "a,b,c"}};
     for (const auto& c : chars) {
         SlotGuard<KsPrintFunc> c0(Row(Ks1B_T).print, c.row0);
         KsString text;
         EXPECT_STREQ(mgr.PrintToKsString(static_cast<char>(c.id), text, abc, nullptr, 3).StrGet(), c.expected);
     }
-
-    // An empty print slot leaves the output as it was.
-    KsString untouched("keep");
-    SlotGuard<KsPrintFunc> none(Row(Ks2B_T).print, nullptr);
+    SlotGuard<KsPrintFunc> none(Row(Ks2B_T).print, nullptr);  // an empty slot leaves the output alone
     EXPECT_STREQ(mgr.PrintToKsString(Ks2B_T, untouched, values, nullptr, 3).StrGet(), "keep");
 }
 
+// Stand-in slots for the short row; the offsets make their use visible.
 void* ScanShort(void* value, KsString& in, const char*, uint) {
     *static_cast<short*>(value) = static_cast<short>(std::atoi(in.StrGet()) + 40);
     return value;
 }
-
 void* FromTextShort(KsTypeConvertData* text, uint count) {
     short* out = new short[count];
-    for (uint i = 0; i < count; ++i) {
-        KsString* s = text->GetString(static_cast<int>(i));
-        out[i] = static_cast<short>(s ? std::atoi(s->StrGet()) - 1 : -1);
-    }
+    for (uint i = 0; i < count; ++i)
+        out[i] = static_cast<short>(text->GetString(int(i)) ? std::atoi(text->GetString(int(i))->StrGet()) - 1 : -1);
     return out;
 }
-
-void* DeleteShorts(void* values, uint) {
-    delete[] static_cast<short*>(values);
-    return nullptr;
-}
-
+void* DeleteShorts(void* values, uint) { return delete[] static_cast<short*>(values), nullptr; }
 KsTypeConvertData* ToTextShort(void* values, uint count) {
     KsString* strings = new KsString[count];
     for (uint i = 0; i < count; ++i) strings[i] = KsString(static_cast<int>(static_cast<short*>(values)[i]));
     return KsTypeConvertData::Make(KsSTRING_T, count, strings, nullptr);
 }
-
 int NoNull(void*) { return KS_NOT_SUPPORTED; }
 
 TEST(KsTypeMgrTest, SetNullValueFallsBack) {
     KsTypeMgr mgr;
     KsString s("text");  // the row's own set-null
-    EXPECT_EQ(mgr.SetNullValue(KsSTRING_T, &s), 0);
-    EXPECT_EQ(s.IsNullValue(), 1);
-
+    EXPECT_TRUE(mgr.SetNullValue(KsSTRING_T, &s) == 0 && s.IsNullValue() == 1);
     // No set-null, or one answering -2999: the empty text through slot 13,
     // assigned by slot 16; without assignment the scan slot reads "0".
     KsTypeDescriptor& r = Row(Ks2B_T);
@@ -253,8 +219,7 @@ TEST(KsTypeMgrTest, GetValueStepsInMemory) {
     const struct { int id; KsI64 before; uchar mode; int result; KsI64 after; } cases[] = {
         {Ks1B_T, 127, 'N', KS_STEP_OVERFLOW, 127}, {Ks1B_T, 127, 'O', 0, 127},
         {Ks1B_T, 127, 2, KS_NOT_SUPPORTED, 127},  // mode 2 (wrap to the minimum) only through the slot
-        {KsU1B_T, 200, 'M', 0, 201},               {KsINT_T, 0x7fffffff, 'N', KS_STEP_OVERFLOW, 0x7fffffff},
-        {KsU4B_T, 0xffffffff, 'N', KS_STEP_OVERFLOW, 0xffffffff}, {Ks8B_T, 41, 'N', 0, 42},
+        {KsU1B_T, 200, 'M', 0, 201}, {KsU4B_T, 0xffffffff, 'N', KS_STEP_OVERFLOW, 0xffffffff}, {Ks8B_T, 41, 'N', 0, 42},
         {KsDOUBLE_T, big, 'N', KS_STEP_OVERFLOW, big},  // +1 is lost
         {KsSTRING_T, 0, 'X', KS_NOT_SUPPORTED, 0}};
     for (const auto& c : cases) {
@@ -264,8 +229,7 @@ TEST(KsTypeMgrTest, GetValueStepsInMemory) {
             << c.id << " " << c.mode;
     }
     signed char c = 127;
-    EXPECT_EQ(Row(Ks1B_T).getValue(&c, 0, 8, 2), 0);
-    EXPECT_EQ(c, -128);
+    EXPECT_TRUE(Row(Ks1B_T).getValue(&c, 0, 8, 2) == 0 && c == -128);
     EXPECT_EQ(Row(Ks1B_T).getValue(&c, 0, 2, 'N'), KS_NOT_SUPPORTED);  // scalars step only in memory
 }
 
@@ -276,39 +240,30 @@ TEST(KsTypeMgrTest, GetValueStepsStoredImages) {
     unsigned char image[2] = {0x00, 0x05};
     // Plain scalars have no load slot: a stored image cannot be stepped.
     EXPECT_EQ(mgr.GetValue(Ks2B_T, image, 0, 2, 'N'), KS_NOT_SUPPORTED);
-
     SlotGuard<KsStoreFunc> g1(Row(Ks2B_T).store, &ShortImage);
     SlotGuard<KsLoadFunc> g2(Row(Ks2B_T).load, &ShortImage);
     unsigned char le[2] = {0x05, 0x00}, top[2] = {0xff, 0x7f};
-    EXPECT_EQ(mgr.GetValue(Ks2B_T, le, 0, 1, 'N'), 0);
-    EXPECT_TRUE(le[0] == 0x06 && le[1] == 0x00);
-    EXPECT_EQ(mgr.GetValue(Ks2B_T, top, 0, 1, 'N'), KS_STEP_OVERFLOW);
-    EXPECT_EQ(top[0], 0xff);
-    // The byte order is the storage code masked with 0x81: 2 becomes 0,
-    // least significant byte first.
-    EXPECT_EQ(mgr.GetValue(Ks2B_T, image, 0, 2, 'M'), 0);
-    EXPECT_TRUE(image[0] == 0x01 && image[1] == 0x05);
+    EXPECT_TRUE(mgr.GetValue(Ks2B_T, le, 0, 1, 'N') == 0 && le[0] == 0x06 && le[1] == 0x00);
+    EXPECT_TRUE(mgr.GetValue(Ks2B_T, top, 0, 1, 'N') == KS_STEP_OVERFLOW && top[0] == 0xff);
+    // The byte order is the storage code masked with 0x81: 2 becomes 0, least significant byte first.
+    EXPECT_TRUE(mgr.GetValue(Ks2B_T, image, 0, 2, 'M') == 0 && image[0] == 0x01 && image[1] == 0x05);
 }
 
 const void* g_storedValue;
-uint CaptureStore(void*, const void* mem, uchar, uint count) {
-    g_storedValue = mem;
-    return count * 7;
-}
+uint CaptureStore(void*, const void* mem, uchar, uint count) { return g_storedValue = mem, count * 7; }
 
 TEST(KsTypeMgrTest, StoreTimeStampHandsTheRecord) {
     KsTypeMgr mgr;
     KsTimeStampRecord rec{2024, 2, 29, 13, 45, 30, 500};
     char disk[16];
     EXPECT_EQ(mgr.StoreTimeStamp(KsDATE_T, disk, 1, nullptr), KS_NOT_SUPPORTED);
-    for (int id : {KsDATE_T, KsDATIME_T, KsDATIME_N_T, KsTIME_T, KsBOOLEAN_T}) {
-        SlotGuard<KsStoreFunc> g(Row(id).store, &CaptureStore);
+    const struct { int id; const void* handed; } cases[] = {
+        {KsDATE_T, &rec}, {KsDATIME_T, &rec}, {KsDATIME_N_T, &rec}, {KsTIME_T, &rec.hour}, {KsBOOLEAN_T, nullptr}};
+    for (const auto& c : cases) {
+        SlotGuard<KsStoreFunc> g(Row(c.id).store, &CaptureStore);
         g_storedValue = &disk;
-        EXPECT_EQ(mgr.StoreTimeStamp(static_cast<char>(id), disk, 1, &rec), 7) << id;
-        const void* expected = id == KsTIME_T ? static_cast<const void*>(&rec.hour)
-                               : id == KsBOOLEAN_T ? nullptr
-                                                   : static_cast<const void*>(&rec);
-        EXPECT_EQ(g_storedValue, expected) << id;
+        EXPECT_EQ(mgr.StoreTimeStamp(static_cast<char>(c.id), disk, 1, &rec), 7) << c.id;
+        EXPECT_EQ(g_storedValue, c.handed) << c.id;
     }
 }
 
@@ -331,12 +286,10 @@ TEST(KsTypeMgrTest, ExchangeOperationsChangeTheSharedRow) {
     EXPECT_STREQ(original, "%hd");
     EXPECT_STREQ(b.ExchangeFormat(Ks2B_T, nullptr), "%05hd");  // seen through another manager
     EXPECT_STREQ(a.ExchangeFormat(Ks2B_T, original), "%05hd");
-
     KsScanFunc oldScan = a.ExchangeScanFromKsStringFunc(Ks2B_T, &ScanShort);
     short v = 0;
     KsString two("2");
-    EXPECT_EQ(b.ScanFromKsString(Ks2B_T, &v, two), &v);
-    EXPECT_EQ(v, 42);
+    EXPECT_TRUE(b.ScanFromKsString(Ks2B_T, &v, two) == &v && v == 42);
     EXPECT_EQ(a.ExchangeScanFromKsStringFunc(Ks2B_T, oldScan), &ScanShort);
     KsTypeCmpFunc oldCmp = a.ExchangeKsTypeCmpFunc(Ks2B_T, nullptr);  // null only asks
     EXPECT_EQ(a.CmpFuncPtrGet(Ks2B_T), oldCmp);
@@ -353,7 +306,6 @@ TEST(KsTypeMgrTest, OlderTextForms) {
     SlotGuard<KsToTextFunc> g1(Row(Ks2B_T).toText, &ToTextShort);
     SlotGuard<KsFromTextFunc> g2(Row(Ks2B_T).fromText, &FromTextShort);
     SlotGuard<KsDeleteFunc> g3(Row(Ks2B_T).destroy, &DeleteShorts);
-
     short values[3] = {10, -2, 300};
     KsString* text = mgr.ConvertToKsStringOld(values, Ks2B_T, 3);
     ASSERT_NE(text, nullptr);
@@ -363,8 +315,7 @@ TEST(KsTypeMgrTest, OlderTextForms) {
     EXPECT_EQ(text->Len(), 0);  // the pieces were cut from the text
     delete[] back;
     mgr.Delete(KsSTRING_T, text, 1);
-
-    KsString list("7;8;");
+    KsString list("7;8;");  // the older separator
     back = static_cast<short*>(mgr.ConvertFromKsStringOld(&list, Ks2B_T, 2));
     EXPECT_EQ(std::vector<short>(back, back + 2), (std::vector<short>{6, 7}));
     delete[] back;
@@ -383,10 +334,8 @@ TEST(KsTypeMgrTest, ConvertCarrier) {
     SlotGuard<KsToTextFunc> g1(Row(Ks2B_T).toText, &ToTextShort);
     short values[2] = {4, 5};
     KsTypeConvertData* d = mgr.ConvertTo(Ks2B_T, values, 2);
-    ASSERT_NE(d, nullptr);
-    EXPECT_TRUE(d->owner == &mgr && d->type == KsSTRING_T);
+    ASSERT_TRUE(d && d->owner == &mgr && d->type == KsSTRING_T && d->GetString(2) == nullptr);
     EXPECT_STREQ(d->GetString(1)->StrGet(), "5");
-    EXPECT_TRUE(d->GetString(2) == nullptr && d->GetString(-1) == nullptr);
     {
         // The destructor frees the strings through the owner's delete slot.
         SlotGuard<KsDeleteFunc> g(Row(KsSTRING_T).destroy, &CountingStringDelete);
@@ -394,47 +343,24 @@ TEST(KsTypeMgrTest, ConvertCarrier) {
         delete d;
         EXPECT_EQ(g_stringDeletes, 2u);
     }
-
-    // Without owner the destructor leaves the data alone.
-    KsString kept[1] = {KsString("x")};
+    KsString kept[1] = {KsString("x")};  // without owner the destructor leaves the data alone
     delete KsTypeConvertData::Make(KsSTRING_T, 1, kept, nullptr);
     EXPECT_STREQ(kept[0].StrGet(), "x");
-    KsTypeConvertData* wrongType = KsTypeConvertData::Make(Ks2B_T, 1, kept, nullptr);
-    EXPECT_EQ(wrongType->GetString(0), nullptr);
-    delete wrongType;
-
-    EXPECT_EQ(mgr.ConvertTo(KsDATE_T, values, 1), nullptr);
-    EXPECT_EQ(mgr.ConvertFrom(KsDATE_T, nullptr, 1), nullptr);  // no text slot yet
+    EXPECT_TRUE(!mgr.ConvertTo(KsDATE_T, values, 1) && !mgr.ConvertFrom(KsDATE_T, nullptr, 1));  // no text slot yet
 }
 
-TEST(KsTypeMgrTest, NullPrintString) {
-    EXPECT_STREQ(KsTypeMgr::GetNullPrintString().StrGet(), "{NULL}");
-    KsTypeMgr::SetNullPrintString(KsString("<null>"));
-    EXPECT_STREQ(KsTypeMgr::GetNullPrintString().StrGet(), "<null>");
-    KsTypeMgr::SetNullPrintString(KsString("{NULL}"));
-}
-
-// ---------------------------------------------------------------------------
 // Scalar life-cycle slots.
-// ---------------------------------------------------------------------------
 TEST(KsScalarSlots, CreateAssignAndSize) {
     KsTypeMgr mgr;
     signed char* chars = static_cast<signed char*>(mgr.Create(Ks1B_T, 4));
     EXPECT_EQ(std::memcmp(chars, "\0\0\0\0", 4), 0);
     signed char seven = 7;
-    mgr.AssignmentPtrGet(Ks1B_T)(chars, &seven, 4, 1);
+    mgr.AssignmentPtrGet(Ks1B_T)(chars, &seven, 4, 1);  // one value to every element
     EXPECT_EQ(std::memcmp(chars, "\7\7\7\7", 4), 0);
-    char src[] = "\1\2\3\4";
-    mgr.CopyPtrGet(Ks1B_T)(chars, src, 4, 0);
-    EXPECT_EQ(std::memcmp(chars, "\1\2\3\4", 4), 0);
-    mgr.ConstructorPtrGet(Ks1B_T)(chars, 4, 0);
-    EXPECT_EQ(chars[3], 0);
     EXPECT_EQ(mgr.Delete(Ks1B_T, chars, 4), nullptr);
-
     unsigned char junk[4] = {0xff, 0xff, 0xff, 0xff};
     MemFile file(junk, sizeof junk);
-    for (auto s : {std::pair<int, uint>{Ks1B_T, 1}, {Ks2B_T, 2}, {Ks4B_T, 4}, {KsFLOAT_T, 4}, {KsDOUBLE_T, 8},
-                   {Ks8B_T, 8}, {KsBLOCKID_T, 4}})
+    for (auto s : {std::pair<int, uint>{Ks1B_T, 1}, {Ks2B_T, 2}, {KsFLOAT_T, 4}, {KsDOUBLE_T, 8}, {KsBLOCKID_T, 4}})
         EXPECT_EQ(mgr.DiskLenGetFromMemFile(static_cast<char>(s.first), &file, 2, 5), 5 * s.second) << s.first;
     EXPECT_EQ(file.Tell(), 0);  // the file is not read
 }
@@ -457,41 +383,32 @@ TEST(KsScalarSlots, Translate) {
         EXPECT_EQ(mgr.Translate(static_cast<char>(c.id), back, 8, 0, img, c.order, c.size, c.count), c.size);
         EXPECT_EQ(std::memcmp(back, c.value, c.size), 0) << c.id;
     }
-
     // Stored to stored never reorders: it pads with zeros or truncates.
     for (uint room : {5u, 2u}) {
         unsigned char dst[5];
         std::memset(dst, 0xaa, sizeof dst);
-        EXPECT_EQ(mgr.Translate(Ks1B_T, dst, 1, room, const_cast<char*>("abc"), 2, 3, 3), std::min(room, 3u));
+        EXPECT_EQ(mgr.Translate(Ks1B_T, dst, 1, room, const_cast<char*>("abc"), 2, 3, 3), room == 5 ? 3u : 2u);
         EXPECT_EQ(std::memcmp(dst, room == 5 ? "abc\0\0" : "ab\xaa", room == 5 ? 5 : 3), 0);
     }
-    // Memory to memory copies count values.
-    short copy[2] = {};
-    EXPECT_EQ(mgr.Translate(KsU2B_T, copy, 8, 0, s, 8, 0, 2), 4u);
-    EXPECT_EQ(copy[1], -2);
-    EXPECT_EQ(mgr.Translate(KsU2B_T, copy, 8, 0, s, 8, 0, 0), 0u);
+    short copy[2] = {};  // memory to memory copies count values
+    EXPECT_TRUE(mgr.Translate(KsU2B_T, copy, 8, 0, s, 8, 0, 2) == 4 && copy[1] == -2);
 }
 
-// ---------------------------------------------------------------------------
 // Module entry points.
-// ---------------------------------------------------------------------------
 TEST(KsModule, Identity) {
     const char *name = nullptr, *date = nullptr, *module = nullptr;
     GetKsTypeMgrInfo(nullptr, nullptr, &name, &date, &module);
     EXPECT_STREQ(name, "Brontel Typemanager 11.0.6.169.0 ");
     EXPECT_STREQ(date, "Sep 21 2012");
     EXPECT_STREQ(module, "BR110Btms80");
-
     uint v[5] = {}, compilerVersion = 0;
     const char *mod, *time, *kind, *compiler, *extra;
-    EXPECT_STREQ(KsDescribeDll(&v[0], &v[1], &v[2], &v[3], &v[4], &mod, &time, &kind, &compilerVersion,
-                               &compiler, &extra),
-                 "Brontel Typemanager");
+    EXPECT_STREQ(KsDescribeDll(&v[0], &v[1], &v[2], &v[3], &v[4], &mod, &time, &kind, &compilerVersion, &compiler,
+                               &extra), "Brontel Typemanager");
     EXPECT_EQ(std::vector<uint>(v, v + 5), (std::vector<uint>{11, 0, 6, 169, 0}));
-    EXPECT_STREQ(mod, "BR110Btms80");
     EXPECT_STREQ(time, "Sep 21 2012 01:49:27");
+    EXPECT_STREQ(mod, "BR110Btms80");
     EXPECT_STREQ(kind, "unknown");
-    EXPECT_STREQ(extra, "");
     EXPECT_GT(compilerVersion, 0u);
     EXPECT_EQ(KsCheckDll(0), 0);
 }
@@ -499,29 +416,23 @@ TEST(KsModule, Identity) {
 TEST(KsModule, ContextMakesAndDropsTheDefaultManager) {
     ___KsTypemgrContext(0);
     ___KsTypemgrContext(0);  // nothing to delete
-    EXPECT_EQ(DefaultTypeMgr(), nullptr);
     ___KsTypemgrContext(1);
     KsTypeMgr* mgr = DefaultTypeMgr();
     ASSERT_NE(mgr, nullptr);
     EXPECT_TRUE(mgr->LevelGet() == 5 && mgr->TableGet() == KsCurrentTypeTable());
-
     KsTypeMgr mine(12);
-    EXPECT_EQ(DefaultTypeMgr(&mine), &mine);
-    EXPECT_EQ(DefaultTypeMgr(), &mine);
+    EXPECT_TRUE(DefaultTypeMgr(&mine) == &mine && DefaultTypeMgr() == &mine);
     DefaultTypeMgr(mgr);
     ___KsTypemgrContext(0);
     EXPECT_EQ(DefaultTypeMgr(), nullptr);
     EXPECT_EQ(___KsTypeMgrOptions(), 0);
-    EXPECT_EQ(&___KsTypeMgrOptions(), &___KsTypeMgrOptions());
 }
 
 }  // namespace
 
-// ---------------------------------------------------------------------------
 // Every completed row through the dispatcher: texts scan into values, the
 // values survive store and load in both byte orders, compare equal in memory
 // and stored, and print back to the same texts.
-// ---------------------------------------------------------------------------
 struct RowSample { int id; std::vector<const char*> texts; };  // each text prints back as itself
 const RowSample kSamples[] = {
     {Ks2B_T, {"-2", "0", "32767"}}, {KsU2B_T, {"0", "65535"}}, {Ks4B_T, {"-1", "2147483647"}},
